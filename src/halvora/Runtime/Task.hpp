@@ -1,0 +1,19 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+
+namespace halvora {
+
+/// A unit of work posted to a queue.
+using Task = std::function<void()>;
+/// Durations and monotonic instants of the executor's clock.
+using Duration = std::chrono::steady_clock::duration;
+using MonotonicTime = std::chrono::steady_clock::time_point;
+
+/// Shorthand for a duration given in (possibly fractional) seconds.
+constexpr Duration seconds(double s) {
+    return std::chrono::duration_cast<Duration>(std::chrono::duration<double>(s));
+}
+
+}  // namespace halvora

@@ -1,0 +1,176 @@
+#include "halvora/Runtime/VirtualExecutor.hpp"
+
+#include <atomic>
+
+namespace halvora {
+
+struct VirtualExecutor::Entry {
+    const SerialQueue* queue = nullptr;
+    Task task;
+    Duration repeatInterval{};
+    std::shared_ptr<std::atomic<bool>> valid;
+};
+
+namespace {
+
+class VirtualTimerHandle : public TimerHandle {
+public:
+    explicit VirtualTimerHandle(std::shared_ptr<std::atomic<bool>> valid) : valid_(std::move(valid)) {}
+    void invalidate() override { valid_->store(false); }
+    bool isValid() const override { return valid_->load(); }
+
+private:
+    std::shared_ptr<std::atomic<bool>> valid_;
+};
+
+class VirtualQueue : public SerialQueue {
+public:
+    VirtualQueue(std::weak_ptr<VirtualExecutor> executor, std::string label)
+        : executor_(std::move(executor)), label_(std::move(label)) {}
+
+    const std::string& label() const override { return label_; }
+
+    void async(Task task) override { post(Duration::zero(), std::move(task), Duration::zero()); }
+
+    std::shared_ptr<TimerHandle> asyncAfter(Duration delay, Task task) override {
+        return post(delay, std::move(task), Duration::zero());
+    }
+
+    std::shared_ptr<TimerHandle> scheduleRepeating(Duration interval, Task task) override {
+        // A zero interval would never let the clock move; one millisecond is the shortest period.
+        const Duration period = interval > Duration::zero() ? interval : std::chrono::milliseconds(1);
+        return post(period, std::move(task), period);
+    }
+
+    bool isCurrent() const override {
+        auto executor = executor_.lock();
+        return executor && executor->isRunning(this);
+    }
+
+private:
+    std::shared_ptr<TimerHandle> post(Duration delay, Task task, Duration repeat) {
+        if (auto executor = executor_.lock()) return executor->post(this, delay, std::move(task), repeat);
+        return std::make_shared<VirtualTimerHandle>(std::make_shared<std::atomic<bool>>(false));
+    }
+
+    std::weak_ptr<VirtualExecutor> executor_;
+    std::string label_;
+};
+
+}  // namespace
+
+Date VirtualExecutor::defaultStartDate() {
+    using namespace std::chrono;
+    return Date(sys_days(year{2026} / January / 1));
+}
+
+std::shared_ptr<VirtualExecutor> VirtualExecutor::create(Date startDate) {
+    std::shared_ptr<VirtualExecutor> executor(new VirtualExecutor(startDate));
+    executor->main_ = std::make_shared<VirtualQueue>(executor, "main");
+    return executor;
+}
+
+VirtualExecutor::VirtualExecutor(Date startDate) : startDate_(startDate) {}
+
+std::shared_ptr<SerialQueue> VirtualExecutor::makeQueue(const std::string& label) {
+    return std::make_shared<VirtualQueue>(weak_from_this(), label);
+}
+
+std::shared_ptr<SerialQueue> VirtualExecutor::mainQueue() { return main_; }
+
+MonotonicTime VirtualExecutor::now() const {
+    std::lock_guard lock(mutex_);
+    return now_;
+}
+
+Date VirtualExecutor::date() const {
+    std::lock_guard lock(mutex_);
+    return startDate_ + std::chrono::duration_cast<Date::duration>(now_.time_since_epoch());
+}
+
+Duration VirtualExecutor::elapsed() const {
+    std::lock_guard lock(mutex_);
+    return now_.time_since_epoch();
+}
+
+std::size_t VirtualExecutor::pendingCount() const {
+    std::lock_guard lock(mutex_);
+    std::size_t count = 0;
+    for (const auto& [key, entry] : pending_) {
+        if (entry->valid->load()) ++count;
+    }
+    return count;
+}
+
+std::shared_ptr<TimerHandle> VirtualExecutor::post(const SerialQueue* queue, Duration delay, Task task,
+                                                   Duration repeatInterval) {
+    auto entry = std::make_shared<Entry>();
+    entry->queue = queue;
+    entry->task = std::move(task);
+    entry->repeatInterval = repeatInterval;
+    entry->valid = std::make_shared<std::atomic<bool>>(true);
+    auto handle = std::make_shared<VirtualTimerHandle>(entry->valid);
+    std::lock_guard lock(mutex_);
+    const MonotonicTime due = now_ + (delay > Duration::zero() ? delay : Duration::zero());
+    pending_.emplace(Key{due, nextSequence_++}, std::move(entry));
+    return handle;
+}
+
+bool VirtualExecutor::isRunning(const SerialQueue* queue) const {
+    std::lock_guard lock(mutex_);
+    return running_ == queue && runningThread_ == std::this_thread::get_id();
+}
+
+bool VirtualExecutor::runNextDueBy(MonotonicTime limit) {
+    std::shared_ptr<Entry> entry;
+    MonotonicTime due;
+    {
+        std::lock_guard lock(mutex_);
+        // Cancelled entries are dropped on the way.
+        while (!pending_.empty() && !pending_.begin()->second->valid->load()) pending_.erase(pending_.begin());
+        if (pending_.empty() || std::get<0>(pending_.begin()->first) > limit) return false;
+        due = std::get<0>(pending_.begin()->first);
+        entry = std::move(pending_.begin()->second);
+        pending_.erase(pending_.begin());
+        if (due > now_) now_ = due;
+        running_ = entry->queue;
+        runningThread_ = std::this_thread::get_id();
+    }
+    entry->task();
+    std::lock_guard lock(mutex_);
+    running_ = nullptr;
+    if (entry->repeatInterval > Duration::zero() && entry->valid->load()) {
+        const MonotonicTime next = due + entry->repeatInterval;
+        pending_.emplace(Key{next, nextSequence_++}, entry);
+    }
+    return true;
+}
+
+std::size_t VirtualExecutor::runUntilIdle() {
+    std::size_t count = 0;
+    while (runNextDueBy(now())) ++count;
+    return count;
+}
+
+std::size_t VirtualExecutor::advance(Duration duration) {
+    const MonotonicTime target = now() + duration;
+    std::size_t count = 0;
+    while (runNextDueBy(target)) ++count;
+    std::lock_guard lock(mutex_);
+    if (target > now_) now_ = target;
+    return count;
+}
+
+bool VirtualExecutor::runUntil(const std::function<bool()>& done, Duration limit) {
+    const MonotonicTime target = now() + limit;
+    while (!done()) {
+        if (!runNextDueBy(target)) {
+            std::lock_guard lock(mutex_);
+            if (target > now_) now_ = target;
+            break;
+        }
+    }
+    return done();
+}
+
+}  // namespace halvora

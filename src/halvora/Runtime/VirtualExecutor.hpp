@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <tuple>
+
+#include "halvora/Runtime/Executor.hpp"
+
+namespace halvora {
+
+/// An executor for tests, benchmarks and the lab: one thread (the caller of runUntilIdle(), advance() or
+/// runUntil()) runs every task of every queue, in order of due time and then of posting, on a virtual
+/// clock that moves only when told. A 60-second time-out costs microseconds of real time.
+/// Tasks may be posted from any thread.
+class VirtualExecutor : public Executor, public std::enable_shared_from_this<VirtualExecutor> {
+public:
+    /// The civil date at virtual time zero unless told otherwise: 2026-01-01T00:00:00Z.
+    static Date defaultStartDate();
+    static std::shared_ptr<VirtualExecutor> create(Date startDate = defaultStartDate());
+
+    std::shared_ptr<SerialQueue> makeQueue(const std::string& label) override;
+    std::shared_ptr<SerialQueue> mainQueue() override;
+    MonotonicTime now() const override;
+    Date date() const override;
+
+    /// Runs every task that is due now (including those that become due by running others); the clock
+    /// does not move. Returns the number of tasks run.
+    std::size_t runUntilIdle();
+    /// Moves the clock forward by `duration`, running every task that falls due on the way at its due time.
+    std::size_t advance(Duration duration);
+    /// Runs task after task, moving the clock as needed, until `done` holds or `limit` of virtual time has
+    /// passed. Returns whether `done` holds. The clock stops at the task that made it hold.
+    bool runUntil(const std::function<bool()>& done, Duration limit);
+    /// Number of tasks waiting (timers included).
+    std::size_t pendingCount() const;
+    /// Elapsed virtual time since creation.
+    Duration elapsed() const;
+
+    // Used by the executor's queues.
+    struct Entry;
+    std::shared_ptr<TimerHandle> post(const SerialQueue* queue, Duration delay, Task task, Duration repeatInterval);
+    bool isRunning(const SerialQueue* queue) const;
+
+private:
+    explicit VirtualExecutor(Date startDate);
+    bool runNextDueBy(MonotonicTime limit);
+
+    using Key = std::tuple<MonotonicTime, std::uint64_t>;
+    mutable std::mutex mutex_;
+    std::map<Key, std::shared_ptr<Entry>> pending_;
+    std::uint64_t nextSequence_ = 0;
+    MonotonicTime now_{};
+    Date startDate_;
+    std::shared_ptr<SerialQueue> main_;
+    const SerialQueue* running_ = nullptr;
+    std::thread::id runningThread_{};
+};
+
+}  // namespace halvora
