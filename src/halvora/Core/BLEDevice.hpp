@@ -1,0 +1,108 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "halvora/Core/BLEDeviceDelegate.hpp"
+#include "halvora/Core/DeviceType.hpp"
+#include "halvora/Core/DriverContext.hpp"
+#include "halvora/Transport/BLEUUID.hpp"
+#include "halvora/Transport/Peripheral.hpp"
+#include "halvora/Transport/PeripheralDelegate.hpp"
+
+namespace halvora {
+
+/// The base of every device driver. A driver owns one peripheral, speaks its device's protocol over it and
+/// reports its life and results to its BLEDeviceDelegate (the manager).
+///
+/// The life of a driver: the manager creates it and calls setPeripheral(); when the central reports the link
+/// up the manager sets state() to 2 and calls didConnect(); the driver reports deviceConnected and discovers
+/// all services, then its service's characteristics, switches notifications on and reports deviceReady
+/// (after characteristic discovery, and again when the notification descriptor write completes).
+///
+/// Drivers must be owned by a std::shared_ptr (they hand themselves to their peripheral as its event
+/// receiver). Peripheral events arrive on the callback queue; state(), device() and delegate() may be read
+/// from any thread.
+class BLEDevice : public PeripheralDelegate, public std::enable_shared_from_this<BLEDevice> {
+public:
+    /// Largest piece of a write: longer commands are cut into 20-byte pieces.
+    static constexpr std::size_t kMaxWritePiece = 20;
+
+    BLEDevice() = default;
+    explicit BLEDevice(DriverContext context) : context_(std::move(context)) {}
+    ~BLEDevice() override = default;
+    BLEDevice(const BLEDevice&) = delete;
+    BLEDevice& operator=(const BLEDevice&) = delete;
+
+    // Class-level identity; every driver class hides these with its own.
+    static std::string getName() { return ""; }
+    static BLEUUID rsServiceUUID() { return BLEUUID(""); }
+    static BLEUUID readCharacteristicUUID() { return BLEUUID(""); }
+    static BLEUUID sendCharacteristicUUID() { return BLEUUID(""); }
+
+    /// Packed BCD byte to decimal: v = value % 100 first (so 0x99 gives 53, read as 35), then
+    /// (v / 16) * 10 + v % 16, in signed 8-bit arithmetic.
+    static std::int8_t hexaToInt(std::int32_t value);
+    /// Decimal to packed BCD: v = value % 100, v + (v / 10) * 6 (25 gives 0x25).
+    static std::int8_t intToHexa(std::int32_t value);
+
+    /// The device kind this driver serves; -1 for the bare base.
+    virtual DeviceKind getType() const { return DeviceTypeNone; }
+    /// The driver's class name, for logs and tools.
+    virtual std::string className() const { return "BLEDevice"; }
+    /// Releases protocol state before the manager drops the driver.
+    virtual void deinit() {}
+
+    /// Link state: 0 not connected, 2 connected. Written by the manager only.
+    std::int32_t state() const { return state_.load(); }
+    void setState(std::int32_t state) { state_.store(state); }
+
+    /// The peripheral, or nothing once the driver has let it go.
+    std::shared_ptr<Peripheral> device() const;
+    void setDevice(std::shared_ptr<Peripheral> peripheral);
+    /// The driver's report receiver (the manager), held weakly.
+    std::shared_ptr<BLEDeviceDelegate> delegate() const;
+    void setDelegate(std::weak_ptr<BLEDeviceDelegate> delegate);
+
+    const DriverContext& context() const { return context_; }
+
+    /// Stores the peripheral, becomes its event receiver and stores the report receiver.
+    virtual void setPeripheral(const std::shared_ptr<Peripheral>& peripheral, std::weak_ptr<BLEDeviceDelegate> delegate);
+    /// The central reported the link up: report deviceConnected and discover all services.
+    virtual void didConnect();
+    /// Bluetooth was switched off: a driver that still holds its peripheral reports deviceDisconnected, stops
+    /// receiving its events and lets it go.
+    virtual void didDisconnect();
+
+protected:
+    void reportConnected();
+    void reportReady();
+    void reportDisconnected();
+    void reportData(const DeviceData& data);
+    void reportError(const DeviceError& error);
+    void reportBatteryLevel(std::int32_t level);
+
+    /// Writes `data` to `characteristic`, cut into 20-byte pieces. Each piece goes without response when the
+    /// characteristic allows it, else with response when it allows that, else it is dropped. The thread
+    /// yields after each piece.
+    void writeInPieces(const std::vector<std::uint8_t>& data, const std::shared_ptr<Characteristic>& characteristic);
+    /// Asks for the characteristics of every discovered service with the given UUID; returns the last such
+    /// service (or nothing).
+    std::shared_ptr<Service> discoverCharacteristicsOfService(const std::shared_ptr<Peripheral>& peripheral,
+                                                              const BLEUUID& serviceUUID,
+                                                              const std::vector<BLEUUID>& characteristicUUIDs);
+    Log& log() const { return context_.logger(); }
+
+private:
+    DriverContext context_;
+    std::atomic<std::int32_t> state_{0};
+    mutable std::mutex mutex_;
+    std::shared_ptr<Peripheral> device_;
+    std::weak_ptr<BLEDeviceDelegate> delegate_;
+};
+
+}  // namespace halvora

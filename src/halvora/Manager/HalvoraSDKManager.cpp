@@ -1,0 +1,227 @@
+#include "halvora/Manager/HalvoraSDKManager.hpp"
+
+#include <random>
+
+#include "halvora/Core/Format.hpp"
+#include "halvora/Core/PreferenceUtils.hpp"
+#include "halvora/Manager/internal/ManagerDefaults.hpp"
+#include "halvora/Runtime/ThreadedExecutor.hpp"
+
+namespace halvora {
+
+namespace {
+
+std::mutex& defaultEnvironmentMutex() {
+    static std::mutex mutex;
+    return mutex;
+}
+
+std::optional<ManagerEnvironment>& defaultEnvironmentSlot() {
+    static std::optional<ManagerEnvironment> environment;
+    return environment;
+}
+
+bool& sharedInstanceMade() {
+    static bool made = false;
+    return made;
+}
+
+/// A random version-4 UUID in upper-case text.
+std::string makeRandomUUIDText() {
+    std::random_device device;
+    std::mt19937_64 generator(device());
+    std::uniform_int_distribution<unsigned> byte(0, 255);
+    std::array<std::uint8_t, 16> bytes{};
+    for (auto& b : bytes) b = static_cast<std::uint8_t>(byte(generator));
+    bytes[6] = static_cast<std::uint8_t>((bytes[6] & 0x0F) | 0x40);
+    bytes[8] = static_cast<std::uint8_t>((bytes[8] & 0x3F) | 0x80);
+    return BLEUUID::fromBytes(bytes).toLongString();
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------------------------- creation
+
+std::shared_ptr<HalvoraSDKManager> HalvoraSDKManager::create(ManagerEnvironment environment) {
+    return std::shared_ptr<HalvoraSDKManager>(new HalvoraSDKManager(std::move(environment)));
+}
+
+bool HalvoraSDKManager::setDefaultEnvironment(ManagerEnvironment environment) {
+    std::lock_guard lock(defaultEnvironmentMutex());
+    if (sharedInstanceMade()) return false;
+    defaultEnvironmentSlot() = std::move(environment);
+    return true;
+}
+
+std::shared_ptr<HalvoraSDKManager> HalvoraSDKManager::sharedInstance() {
+    static std::shared_ptr<HalvoraSDKManager> shared = [] {
+        ManagerEnvironment environment;
+        {
+            std::lock_guard lock(defaultEnvironmentMutex());
+            sharedInstanceMade() = true;
+            environment = defaultEnvironmentSlot().value_or(internal::makeDefaultEnvironment());
+        }
+        // The first manager announces the kit and is then replaced by a second one, as it always was.
+        auto first = create(environment);
+        auto log = first->environment_.log;
+        const std::string version = environment.bundleVersion;
+        first->mainQueue_->asyncAfter(seconds(0.5), [log, version] {
+            log->writef("HalvoraSDK: Initializing HalvoraSDKManager %s", version.c_str());
+        });
+        return create(environment);
+    }();
+    return shared;
+}
+
+HalvoraSDKManager::HalvoraSDKManager(ManagerEnvironment environment) : environment_(std::move(environment)) {
+    if (!environment_.executor) environment_.executor = ThreadedExecutor::create();
+    if (!environment_.transport) environment_.transport = internal::makeDefaultTransport();
+    if (!environment_.preferences) environment_.preferences = PreferenceUtils::shared();
+    if (!environment_.log) environment_.log = std::shared_ptr<Log>(&Log::shared(), [](Log*) {});
+    bleQueue_ = environment_.executor->makeQueue("halvora.cb");
+    connectionQueue_ = environment_.executor->makeQueue("halvora.connection");
+    mainQueue_ = environment_.executor->mainQueue();
+}
+
+HalvoraSDKManager::~HalvoraSDKManager() {
+    if (detectionTimerForScanning_) detectionTimerForScanning_->invalidate();
+    if (detectionTimerForConnecting_) detectionTimerForConnecting_->invalidate();
+}
+
+// ---------------------------------------------------------------------------------------------- the central
+
+void HalvoraSDKManager::initCentralManagerWithoutBackgroundMode() {
+    auto central = environment_.transport->makeCentral(weak_from_this(), bleQueue_, CentralOptions{});
+    std::lock_guard lock(mutex_);
+    cm_ = central;
+    centrals_ = std::vector<std::shared_ptr<Central>>{central};
+}
+
+void HalvoraSDKManager::setCentralManagerIdentifiers(const std::vector<std::string>& identifiers) {
+    if (!identifiers.empty()) {
+        for (const auto& identifier : identifiers) {
+            auto central = environment_.transport->makeCentral(weak_from_this(), bleQueue_, CentralOptions{identifier});
+            std::lock_guard lock(mutex_);
+            if (centrals_) centrals_->push_back(central);
+            if (!cm_) cm_ = central;
+        }
+        return;
+    }
+    // A fresh identifier every time; the stored one is written, read back and used at once.
+    const std::string fresh = makeRandomUUIDText();
+    preferences().setCentralUUID(fresh);
+    const std::string identifier = preferences().getCentralUUID().value_or(fresh);
+    auto central = environment_.transport->makeCentral(weak_from_this(), bleQueue_, CentralOptions{identifier});
+    std::lock_guard lock(mutex_);
+    cm_ = central;
+    centrals_ = std::vector<std::shared_ptr<Central>>{central};
+}
+
+void HalvoraSDKManager::setPeripheralManagerIdentifiers(const std::vector<std::string>& identifiers) {
+    for (const auto& identifier : identifiers) environment_.transport->makePeripheralManager(identifier);
+}
+
+bool HalvoraSDKManager::isBluetoothOn() const {
+    std::lock_guard lock(mutex_);
+    return bluetoothPoweredOn_;
+}
+
+std::shared_ptr<Central> HalvoraSDKManager::central() const {
+    std::lock_guard lock(mutex_);
+    return cm_;
+}
+
+// ---------------------------------------------------------------------------------------------- delegates
+
+std::shared_ptr<HalvoraSDKManagerDelegate> HalvoraSDKManager::delegate() const {
+    std::lock_guard lock(delegatesMutex_);
+    return delegate_.lock();
+}
+void HalvoraSDKManager::setDelegate(std::weak_ptr<HalvoraSDKManagerDelegate> delegate) {
+    std::lock_guard lock(delegatesMutex_);
+    delegate_ = std::move(delegate);
+}
+std::shared_ptr<HalvoraDeviceDelegate> HalvoraSDKManager::deviceDelegate() const {
+    std::lock_guard lock(delegatesMutex_);
+    return deviceDelegate_.lock();
+}
+void HalvoraSDKManager::setDeviceDelegate(std::weak_ptr<HalvoraDeviceDelegate> delegate) {
+    std::lock_guard lock(delegatesMutex_);
+    deviceDelegate_ = std::move(delegate);
+}
+std::shared_ptr<HalvoraHeartDelegate> HalvoraSDKManager::heartDelegate() const {
+    std::lock_guard lock(delegatesMutex_);
+    return heartDelegate_.lock();
+}
+void HalvoraSDKManager::setHeartDelegate(std::weak_ptr<HalvoraHeartDelegate> delegate) {
+    std::lock_guard lock(delegatesMutex_);
+    heartDelegate_ = std::move(delegate);
+}
+std::shared_ptr<HalvoraSDKDevicesScanDelegate> HalvoraSDKManager::devicesScanDelegate() const {
+    std::lock_guard lock(delegatesMutex_);
+    return devicesScanDelegate_.lock();
+}
+void HalvoraSDKManager::setDevicesScanDelegate(std::weak_ptr<HalvoraSDKDevicesScanDelegate> delegate) {
+    std::lock_guard lock(delegatesMutex_);
+    devicesScanDelegate_ = std::move(delegate);
+}
+
+// ---------------------------------------------------------------------------------------------- inspection
+
+std::shared_ptr<BLEDevice> HalvoraSDKManager::driverForKind(DeviceKind kind) const {
+    std::lock_guard lock(mutex_);
+    auto it = deviceByType_.find(kind);
+    return it == deviceByType_.end() ? nullptr : it->second;
+}
+
+ScanResult HalvoraSDKManager::scannedDevices() const {
+    std::lock_guard lock(mutex_);
+    return scannedDevices_;
+}
+
+std::int32_t HalvoraSDKManager::connectingToDeviceType() const {
+    std::lock_guard lock(mutex_);
+    return connectingToDeviceType_;
+}
+
+bool HalvoraSDKManager::isPending(DeviceKind kind) const {
+    std::lock_guard lock(mutex_);
+    return detectedDevicesByType_.count(kind) != 0;
+}
+
+PreferenceUtils& HalvoraSDKManager::preferences() const { return *environment_.preferences; }
+
+Log& HalvoraSDKManager::log() const { return *environment_.log; }
+
+DriverContext HalvoraSDKManager::driverContext() {
+    DriverContext context;
+    context.executor = environment_.executor;
+    context.callbackQueue = bleQueue_;
+    context.log = environment_.log;
+    context.preferences = environment_.preferences;
+    context.manager = weak_from_this();
+    return context;
+}
+
+void HalvoraSDKManager::registerDriver(DeviceKind kind, const std::shared_ptr<BLEDevice>& driver) {
+    std::lock_guard lock(mutex_);
+    deviceByType_[kind] = driver;
+}
+
+void HalvoraSDKManager::removePendingRequest(DeviceKind kind) {
+    std::lock_guard lock(mutex_);
+    detectedDevicesByType_.erase(kind);
+    connectingTimeout_.erase(kind);
+    uuidByType_.erase(kind);
+}
+
+void HalvoraSDKManager::sendHeartStatus(std::int32_t status) {
+    if (auto receiver = delegate()) receiver->heartDeviceOnConnectionChanged(status);
+}
+
+void HalvoraSDKManager::sendStatus(DeviceKind kind, std::int32_t status) {
+    if (kind == DeviceTypeHeart) sendHeartStatus(status);
+    if (auto receiver = deviceDelegate()) receiver->deviceOnConnectionChanged(kind, status);
+}
+
+}  // namespace halvora

@@ -1,0 +1,224 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "halvora/Core/BLEDevice.hpp"
+#include "halvora/Core/BLEDeviceDelegate.hpp"
+#include "halvora/Core/ConnectionStatus.hpp"
+#include "halvora/Core/DeviceType.hpp"
+#include "halvora/Core/HalvoraSDKDevice.hpp"
+#include "halvora/Devices/Measurement/HalvoraHeartDelegate.hpp"
+#include "halvora/Manager/DriverClass.hpp"
+#include "halvora/Manager/HalvoraDeviceDelegate.hpp"
+#include "halvora/Manager/HalvoraSDKDevicesScanDelegate.hpp"
+#include "halvora/Manager/HalvoraSDKManagerDelegate.hpp"
+#include "halvora/Manager/ManagerEnvironment.hpp"
+#include "halvora/Manager/ScanResult.hpp"
+#include "halvora/Transport/Central.hpp"
+#include "halvora/Transport/CentralDelegate.hpp"
+
+namespace halvora {
+
+class PreferenceUtils;
+
+/// The kit's facade: the one Bluetooth central of an application. It scans, recognises devices by their
+/// advertised names, connects the strongest candidate of each requested kind, creates and binds the driver
+/// of that kind, and hands results to the application's delegates.
+///
+/// An application takes sharedInstance() (or makes its own manager with create() and an environment, as
+/// tests and the CLI do), creates the central (initCentralManagerWithoutBackgroundMode() or
+/// setCentralManagerIdentifiers()), sets its delegates and asks for a kind with connectDevice(). Every public
+/// operation may be called from any thread, including from inside a delegate callback. Delegates are held
+/// weakly: the application owns them.
+class HalvoraSDKManager : public CentralDelegate,
+                          public BLEDeviceDelegate,
+                          public std::enable_shared_from_this<HalvoraSDKManager> {
+public:
+    /// The interval of the detection timers.
+    static constexpr double kDetectionInterval = 4.0;
+    /// The delay between a driver's ready report and the status 2 callback.
+    static constexpr double kReadyDelay = 0.1;
+
+    /// A manager in the given environment; nothing is started until a central is created.
+    static std::shared_ptr<HalvoraSDKManager> create(ManagerEnvironment environment);
+    /// The process-wide manager, made on first use in the default environment.
+    static std::shared_ptr<HalvoraSDKManager> sharedInstance();
+    /// Sets the environment sharedInstance() uses. Only before its first use; returns false afterwards.
+    static bool setDefaultEnvironment(ManagerEnvironment environment);
+
+    ~HalvoraSDKManager() override;
+    HalvoraSDKManager(const HalvoraSDKManager&) = delete;
+    HalvoraSDKManager& operator=(const HalvoraSDKManager&) = delete;
+
+    // ------------------------------------------------------------ the central
+    void initCentralManagerWithoutBackgroundMode();
+    /// Creates a central per identifier, with state restoration; with none, a fresh random identifier is
+    /// stored and used.
+    void setCentralManagerIdentifiers(const std::vector<std::string>& identifiers);
+    void setPeripheralManagerIdentifiers(const std::vector<std::string>& identifiers);
+    bool isBluetoothOn() const;
+
+    // ------------------------------------------------------------ scanning
+    void scanAllDevices();
+    void stopScanForDevices();
+    void stopScan();
+
+    // ------------------------------------------------------------ connections
+    void connectDevice(DeviceKind kind);
+    void connectDevice(DeviceKind kind, std::int32_t timeoutSeconds);
+    void connectByUUID(const std::optional<std::string>& identifier, DeviceKind kind);
+    void disconnectDevice();
+    void disconnectDevice(DeviceKind kind);
+    void checkBracelet();
+    bool isDeviceConnected() const;
+    bool isDeviceConnected(DeviceKind kind) const;
+    std::int32_t getDeviceStatus(DeviceKind kind) const;
+
+    // ------------------------------------------------------------ facade operations
+    /// Kind 0 with a first- or third-generation monitor: starts a measurement and returns true.
+    bool startMeasurement(DeviceKind kind);
+    /// Starts a blood-pressure measurement; always returns false.
+    bool startMeasurement();
+    void checkBatteryLevel(DeviceKind kind);
+    std::optional<std::string> getDeviceUUID(DeviceKind kind) const;
+    void setWeightScaleParams(const std::string& unit, std::int32_t gender, std::int32_t age, std::int32_t height);
+
+    // ------------------------------------------------------------ delegates (held weakly)
+    std::shared_ptr<HalvoraSDKManagerDelegate> delegate() const;
+    void setDelegate(std::weak_ptr<HalvoraSDKManagerDelegate> delegate);
+    std::shared_ptr<HalvoraDeviceDelegate> deviceDelegate() const;
+    void setDeviceDelegate(std::weak_ptr<HalvoraDeviceDelegate> delegate);
+    std::shared_ptr<HalvoraHeartDelegate> heartDelegate() const;
+    void setHeartDelegate(std::weak_ptr<HalvoraHeartDelegate> delegate);
+    std::shared_ptr<HalvoraSDKDevicesScanDelegate> devicesScanDelegate() const;
+    void setDevicesScanDelegate(std::weak_ptr<HalvoraSDKDevicesScanDelegate> delegate);
+
+    // ------------------------------------------------------------ inspection
+    /// The driver registered for a kind, or nothing.
+    std::shared_ptr<BLEDevice> driverForKind(DeviceKind kind) const;
+    /// A copy of the scan-for-all table.
+    ScanResult scannedDevices() const;
+    /// The kind of the latest connect request (-1 before any).
+    std::int32_t connectingToDeviceType() const;
+    /// Whether a connect request for the kind is pending.
+    bool isPending(DeviceKind kind) const;
+    const ManagerEnvironment& environment() const { return environment_; }
+    PreferenceUtils& preferences() const;
+    Log& log() const;
+
+    // ------------------------------------------------------------ central events
+    void centralManagerDidUpdateState(Central& central) override;
+    void centralManagerDidDiscoverPeripheral(Central& central, const std::shared_ptr<Peripheral>& peripheral,
+                                             const AdvertisementData& advertisementData, int rssi) override;
+    void centralManagerDidConnectPeripheral(Central& central, const std::shared_ptr<Peripheral>& peripheral) override;
+    void centralManagerDidFailToConnectPeripheral(Central& central, const std::shared_ptr<Peripheral>& peripheral,
+                                                  const OptionalError& error) override;
+    void centralManagerDidDisconnectPeripheral(Central& central, const std::shared_ptr<Peripheral>& peripheral,
+                                               const OptionalError& error) override;
+    void centralManagerWillRestoreState(Central& central,
+                                        const std::vector<std::shared_ptr<Peripheral>>& peripherals) override;
+
+    // ------------------------------------------------------------ driver reports
+    void deviceConnected(const std::shared_ptr<BLEDevice>& device) override;
+    void deviceReady(const std::shared_ptr<BLEDevice>& device) override;
+    void deviceDisconnected(const std::shared_ptr<BLEDevice>& device) override;
+    void deviceOnDataReceived(const std::shared_ptr<BLEDevice>& device, const DeviceData& data) override;
+    void deviceOnErrorReceived(const std::shared_ptr<BLEDevice>& device, const DeviceError& error) override;
+    void deviceOnBatteryLevelReceived(const std::shared_ptr<BLEDevice>& device, std::int32_t level) override;
+
+    /// Binds a chosen peripheral: creates the driver of the first class that accepts it and, when no driver
+    /// is registered for its kind, registers it and connects. Returns the driver (or nothing).
+    std::shared_ptr<BLEDevice> connectPeripheralToDevice(const std::shared_ptr<Peripheral>& peripheral);
+
+private:
+    /// A connect-scan candidate.
+    struct Candidate {
+        std::shared_ptr<Peripheral> peripheral;
+        double rssi = 0;
+    };
+
+    explicit HalvoraSDKManager(ManagerEnvironment environment);
+
+    // scanning
+    void startDetectionTimer(std::int32_t mode);
+    void checkScannedDevices();
+    void checkDetectedDevicesAndTimeouts();
+    void chooseCandidates();
+    void expireTimedOutRequests();
+    void checkScannedPeripheral(const std::shared_ptr<Peripheral>& peripheral, int rssi,
+                                const AdvertisementData& advertisementData);
+    void scannedPeripheral(const std::shared_ptr<Peripheral>& peripheral, DeviceKind kind, int rssi);
+    void checkPeripheral(const std::shared_ptr<Peripheral>& peripheral, int rssi,
+                         const AdvertisementData& advertisementData);
+    void detectedPeripheral(const std::shared_ptr<Peripheral>& peripheral, DeviceKind kind, int rssi);
+    void startConnectScan();
+
+    // connecting
+    void connectRequestBody(DeviceKind kind, std::int32_t timeoutSeconds);
+    bool reuseKnownConnectedPeripheral(DeviceKind kind);
+    bool reuseSystemConnectedPeripheral(DeviceKind kind);
+    void connectByUUIDBody(const std::string& identifier, DeviceKind kind);
+    void checkBraceletBody(const std::string& identifier);
+    void bindAndConnect(const DriverClass& driverClass, const std::shared_ptr<Peripheral>& peripheral,
+                        DeviceKind kind);
+    std::shared_ptr<BLEDevice> makeDriver(const DriverClass& driverClass,
+                                          const std::shared_ptr<Peripheral>& peripheral);
+    void connectWithoutAlerts(const std::shared_ptr<Peripheral>& peripheral);
+    void handlePoweredOff();
+    void markReady(const std::shared_ptr<BLEDevice>& device);
+
+    // status callbacks
+    void sendStatus(DeviceKind kind, std::int32_t status);
+    void sendHeartStatus(std::int32_t status);
+
+    // helpers
+    std::shared_ptr<Central> central() const;
+    void registerDriver(DeviceKind kind, const std::shared_ptr<BLEDevice>& driver);
+    void removePendingRequest(DeviceKind kind);
+    DriverContext driverContext();
+    template <typename Driver, typename Work>
+    bool forwardTo(DeviceKind kind, Work work);
+
+    ManagerEnvironment environment_;
+    std::shared_ptr<SerialQueue> bleQueue_;
+    std::shared_ptr<SerialQueue> connectionQueue_;
+    std::shared_ptr<SerialQueue> mainQueue_;
+
+    // Guards every table and field below. Never held while calling a delegate, a driver or the central.
+    mutable std::mutex mutex_;
+    bool centralManagerReady_ = false;
+    bool bluetoothPoweredOn_ = false;
+    std::shared_ptr<Central> cm_;
+    std::optional<std::vector<std::shared_ptr<Central>>> centrals_;
+    std::map<DeviceKind, std::shared_ptr<BLEDevice>> deviceByType_;
+    std::map<DeviceKind, std::string> uuidByType_;
+    std::map<DeviceKind, MonotonicTime> connectingTimeout_;
+    std::map<DeviceKind, std::vector<Candidate>> detectedDevicesByType_;
+    ScanResult scannedDevices_;
+    std::map<std::string, std::shared_ptr<Peripheral>> hshPeripherals_;
+    std::map<std::string, AdvertisementData> hshAdvertisementData_;
+    bool isScanning_ = false;
+    std::int32_t scanningType_ = 0;
+    std::int32_t connectingToDeviceType_ = DeviceTypeNone;
+    std::shared_ptr<TimerHandle> detectionTimerForScanning_;
+    std::shared_ptr<TimerHandle> detectionTimerForConnecting_;
+
+    // Serialises the compound connect and disconnect steps (the lock of the candidate table).
+    std::mutex connectLock_;
+    // Serialises the binding of chosen peripherals (the lock of the driver table).
+    std::mutex bindLock_;
+
+    mutable std::mutex delegatesMutex_;
+    std::weak_ptr<HalvoraSDKManagerDelegate> delegate_;
+    std::weak_ptr<HalvoraDeviceDelegate> deviceDelegate_;
+    std::weak_ptr<HalvoraHeartDelegate> heartDelegate_;
+    std::weak_ptr<HalvoraSDKDevicesScanDelegate> devicesScanDelegate_;
+};
+
+}  // namespace halvora

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "halvora/Core/Log.hpp"
+#include "halvora/Runtime/Executor.hpp"
+#include "halvora/Transport/Transport.hpp"
+
+namespace halvora {
+
+class PreferenceUtils;
+
+/// The world a manager runs in: its executor (queues and clock), its Bluetooth backend, its preferences
+/// store and its log. Empty members take the process-wide defaults (the shared preferences and log).
+struct ManagerEnvironment {
+    std::shared_ptr<Executor> executor;
+    std::shared_ptr<Transport> transport;
+    std::shared_ptr<PreferenceUtils> preferences;
+    std::shared_ptr<Log> log;
+    /// The short version text logged at start-up.
+    std::string bundleVersion = "179";
+};
+
+}  // namespace halvora

@@ -1,0 +1,72 @@
+#include "halvora/Manager/RecognitionTable.hpp"
+
+#include "halvora/Devices/Measurement/HalvoraSDKHeartDevice.hpp"
+#include "halvora/Devices/Measurement/HalvoraSDKHeartDeviceV2.hpp"
+#include "halvora/Devices/Measurement/HalvoraSDKHeartDeviceV3.hpp"
+
+namespace halvora {
+
+namespace {
+
+/// A row for a driver class that recognises peripherals by name alone.
+template <typename Driver>
+DriverClass nameRow(const char* className, DeviceKind kind, std::vector<std::string> names) {
+    DriverClass row;
+    row.className = className;
+    row.kind = kind;
+    row.names = std::move(names);
+    row.serviceUUID = Driver::rsServiceUUID();
+    row.matches = [](const std::shared_ptr<Peripheral>& peripheral, const AdvertisementData*) {
+        return Driver::matchDevice(peripheral);
+    };
+    row.create = [](DriverContext context) -> std::shared_ptr<BLEDevice> {
+        return std::make_shared<Driver>(std::move(context));
+    };
+    return row;
+}
+
+std::vector<DriverClass> makeRows() {
+    std::vector<DriverClass> rows;
+    rows.push_back(nameRow<HalvoraSDKHeartDevice>("HalvoraSDKHeartDevice", DeviceTypeHeart, {"Bluetooth BP"}));
+    rows.push_back(nameRow<HalvoraSDKHeartDeviceV2>("HalvoraSDKHeartDeviceV2", DeviceTypeHeart, {"eBlood-Pressure"}));
+    rows.push_back(nameRow<HalvoraSDKHeartDeviceV3>("HalvoraSDKHeartDeviceV3", DeviceTypeHeart, {"Belter_BT"}));
+    // Further families take their places here, in this order: text-command bracelet, RM830 bracelet, RM830
+    // in update mode, Vital bracelet, oximeter, the three thermometers, baby thermometer, weight scale,
+    // blood-pressure bracelet, pill reminder.
+    return rows;
+}
+
+}  // namespace
+
+const std::vector<DriverClass>& RecognitionTable::rows() {
+    static const std::vector<DriverClass> table = makeRows();
+    return table;
+}
+
+const DriverClass* RecognitionTable::recognise(const std::shared_ptr<Peripheral>& peripheral,
+                                               const AdvertisementData* advertisement) {
+    for (const auto& row : rows()) {
+        if (row.needsAdvertisement && !advertisement) continue;
+        if (row.matches(peripheral, advertisement)) return &row;
+    }
+    return nullptr;
+}
+
+const DriverClass* RecognitionTable::recogniseAsKind(const std::shared_ptr<Peripheral>& peripheral, DeviceKind kind,
+                                                     const AdvertisementData* advertisement) {
+    for (const auto& row : rows()) {
+        if (row.kind != kind) continue;
+        if (row.needsAdvertisement && !advertisement) continue;
+        if (row.matches(peripheral, advertisement)) return &row;
+    }
+    return nullptr;
+}
+
+const DriverClass* RecognitionTable::firstOfKind(DeviceKind kind) {
+    for (const auto& row : rows()) {
+        if (row.kind == kind) return &row;
+    }
+    return nullptr;
+}
+
+}  // namespace halvora

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+
+#include "halvora/Transport/Transport.hpp"
+
+namespace halvora {
+
+/// The transport of a process that has no Bluetooth backend: its centrals report the state Unsupported and
+/// do nothing. The manager's default when the kit is built without BlueZ and the application set no
+/// environment of its own.
+class UnavailableTransport : public Transport {
+public:
+    explicit UnavailableTransport(std::string reason = "no Bluetooth transport is available")
+        : reason_(std::move(reason)) {}
+
+    std::string name() const override { return "unavailable"; }
+    std::shared_ptr<Central> makeCentral(std::weak_ptr<CentralDelegate> delegate, std::shared_ptr<SerialQueue> queue,
+                                         CentralOptions options) override;
+    const std::string& reason() const { return reason_; }
+
+private:
+    std::string reason_;
+};
+
+}  // namespace halvora
