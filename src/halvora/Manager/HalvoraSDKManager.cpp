@@ -133,38 +133,42 @@ std::shared_ptr<Central> HalvoraSDKManager::central() const {
 
 // ---------------------------------------------------------------------------------------------- delegates
 
-std::shared_ptr<HalvoraSDKManagerDelegate> HalvoraSDKManager::delegate() const {
-    std::lock_guard lock(delegatesMutex_);
-    return delegate_.lock();
+namespace {
+
+template <typename T>
+std::shared_ptr<T> readDelegate(std::mutex& mutex, const std::weak_ptr<T>& slot) {
+    std::lock_guard lock(mutex);
+    return slot.lock();
 }
-void HalvoraSDKManager::setDelegate(std::weak_ptr<HalvoraSDKManagerDelegate> delegate) {
-    std::lock_guard lock(delegatesMutex_);
-    delegate_ = std::move(delegate);
+
+template <typename T>
+void writeDelegate(std::mutex& mutex, std::weak_ptr<T>& slot, std::weak_ptr<T> value) {
+    std::lock_guard lock(mutex);
+    slot = std::move(value);
 }
-std::shared_ptr<HalvoraDeviceDelegate> HalvoraSDKManager::deviceDelegate() const {
-    std::lock_guard lock(delegatesMutex_);
-    return deviceDelegate_.lock();
-}
-void HalvoraSDKManager::setDeviceDelegate(std::weak_ptr<HalvoraDeviceDelegate> delegate) {
-    std::lock_guard lock(delegatesMutex_);
-    deviceDelegate_ = std::move(delegate);
-}
-std::shared_ptr<HalvoraHeartDelegate> HalvoraSDKManager::heartDelegate() const {
-    std::lock_guard lock(delegatesMutex_);
-    return heartDelegate_.lock();
-}
-void HalvoraSDKManager::setHeartDelegate(std::weak_ptr<HalvoraHeartDelegate> delegate) {
-    std::lock_guard lock(delegatesMutex_);
-    heartDelegate_ = std::move(delegate);
-}
-std::shared_ptr<HalvoraSDKDevicesScanDelegate> HalvoraSDKManager::devicesScanDelegate() const {
-    std::lock_guard lock(delegatesMutex_);
-    return devicesScanDelegate_.lock();
-}
-void HalvoraSDKManager::setDevicesScanDelegate(std::weak_ptr<HalvoraSDKDevicesScanDelegate> delegate) {
-    std::lock_guard lock(delegatesMutex_);
-    devicesScanDelegate_ = std::move(delegate);
-}
+
+}  // namespace
+
+#define HALVORA_DELEGATE_PROPERTY(Type, getter, setter, member)                                        \
+    std::shared_ptr<Type> HalvoraSDKManager::getter() const { return readDelegate(delegatesMutex_, member); } \
+    void HalvoraSDKManager::setter(std::weak_ptr<Type> delegate) {                                     \
+        writeDelegate(delegatesMutex_, member, std::move(delegate));                                   \
+    }
+
+HALVORA_DELEGATE_PROPERTY(HalvoraSDKManagerDelegate, delegate, setDelegate, delegate_)
+HALVORA_DELEGATE_PROPERTY(HalvoraDeviceDelegate, deviceDelegate, setDeviceDelegate, deviceDelegate_)
+HALVORA_DELEGATE_PROPERTY(HalvoraHeartDelegate, heartDelegate, setHeartDelegate, heartDelegate_)
+HALVORA_DELEGATE_PROPERTY(HalvoraSDKDevicesScanDelegate, devicesScanDelegate, setDevicesScanDelegate,
+                          devicesScanDelegate_)
+HALVORA_DELEGATE_PROPERTY(HalvoraOximeterDelegate, oximeterDelegate, setOximeterDelegate, oximeterDelegate_)
+HALVORA_DELEGATE_PROPERTY(HalvoraThermometerDelegate, thermometerDelegate, setThermometerDelegate,
+                          thermometerDelegate_)
+HALVORA_DELEGATE_PROPERTY(HalvoraBabyThermometerDelegate, babyThermometerDelegate, setBabyThermometerDelegate,
+                          babyThermometerDelegate_)
+HALVORA_DELEGATE_PROPERTY(HalvoraWeightScaleDelegate, weightscaleDelegate, setWeightscaleDelegate,
+                          weightscaleDelegate_)
+
+#undef HALVORA_DELEGATE_PROPERTY
 
 // ---------------------------------------------------------------------------------------------- inspection
 

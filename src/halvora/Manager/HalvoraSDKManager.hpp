@@ -13,7 +13,11 @@
 #include "halvora/Core/ConnectionStatus.hpp"
 #include "halvora/Core/DeviceType.hpp"
 #include "halvora/Core/HalvoraSDKDevice.hpp"
+#include "halvora/Devices/Measurement/HalvoraBabyThermometerDelegate.hpp"
 #include "halvora/Devices/Measurement/HalvoraHeartDelegate.hpp"
+#include "halvora/Devices/Measurement/HalvoraOximeterDelegate.hpp"
+#include "halvora/Devices/Measurement/HalvoraThermometerDelegate.hpp"
+#include "halvora/Devices/Measurement/HalvoraWeightScaleDelegate.hpp"
 #include "halvora/Manager/DriverClass.hpp"
 #include "halvora/Manager/HalvoraDeviceDelegate.hpp"
 #include "halvora/Manager/HalvoraSDKDevicesScanDelegate.hpp"
@@ -98,6 +102,14 @@ public:
     void setHeartDelegate(std::weak_ptr<HalvoraHeartDelegate> delegate);
     std::shared_ptr<HalvoraSDKDevicesScanDelegate> devicesScanDelegate() const;
     void setDevicesScanDelegate(std::weak_ptr<HalvoraSDKDevicesScanDelegate> delegate);
+    std::shared_ptr<HalvoraOximeterDelegate> oximeterDelegate() const;
+    void setOximeterDelegate(std::weak_ptr<HalvoraOximeterDelegate> delegate);
+    std::shared_ptr<HalvoraThermometerDelegate> thermometerDelegate() const;
+    void setThermometerDelegate(std::weak_ptr<HalvoraThermometerDelegate> delegate);
+    std::shared_ptr<HalvoraBabyThermometerDelegate> babyThermometerDelegate() const;
+    void setBabyThermometerDelegate(std::weak_ptr<HalvoraBabyThermometerDelegate> delegate);
+    std::shared_ptr<HalvoraWeightScaleDelegate> weightscaleDelegate() const;
+    void setWeightscaleDelegate(std::weak_ptr<HalvoraWeightScaleDelegate> delegate);
 
     // ------------------------------------------------------------ inspection
     /// The driver registered for a kind, or nothing.
@@ -219,6 +231,10 @@ private:
     std::weak_ptr<HalvoraDeviceDelegate> deviceDelegate_;
     std::weak_ptr<HalvoraHeartDelegate> heartDelegate_;
     std::weak_ptr<HalvoraSDKDevicesScanDelegate> devicesScanDelegate_;
+    std::weak_ptr<HalvoraOximeterDelegate> oximeterDelegate_;
+    std::weak_ptr<HalvoraThermometerDelegate> thermometerDelegate_;
+    std::weak_ptr<HalvoraBabyThermometerDelegate> babyThermometerDelegate_;
+    std::weak_ptr<HalvoraWeightScaleDelegate> weightscaleDelegate_;
 };
 
 }  // namespace halvora
