@@ -1,0 +1,22 @@
+#pragma once
+
+#include "lab/Devices/Measurement/VirtualBloodPressureMonitor.hpp"
+
+namespace halvora::lab {
+
+/// A third-generation monitor, "Belter_BT": frames start 02 40 and end in an XOR check byte; it measures on
+/// its start command and answers the battery command.
+class VirtualHeartDeviceV3 : public VirtualBloodPressureMonitor {
+public:
+    explicit VirtualHeartDeviceV3(VirtualPeripheralConfig config);
+    static std::shared_ptr<VirtualHeartDeviceV3> make(const std::string& identifier, int rssi = -60);
+
+protected:
+    void onWrite(const BLEUUID& characteristic, const std::vector<std::uint8_t>& value, WriteType type) override;
+    std::vector<std::uint8_t> startedFrame() const override;
+    std::vector<std::uint8_t> pressureFrame(int pressure) const override;
+    std::vector<std::uint8_t> resultFrame(int systolic, int diastolic, int pulse) const override;
+    std::vector<std::uint8_t> errorFrame(std::uint8_t error) const override;
+};
+
+}  // namespace halvora::lab
