@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "halvora/Manager/HalvoraSDKManager.hpp"
+
+namespace halvora::cli {
+
+/// The tool's application delegate: it keeps what the kit reported (statuses, results, battery levels,
+/// scan results) so that commands can wait for it, and lets a command watch events as they come.
+/// Callbacks may arrive on any of the kit's queues; everything here is guarded.
+class CliApplication : public HalvoraSDKManagerDelegate,
+                       public HalvoraDeviceDelegate,
+                       public HalvoraHeartDelegate,
+                       public HalvoraSDKDevicesScanDelegate {
+public:
+    /// Live watchers, called on the kit's queue (keep them short).
+    std::function<void(DeviceKind, std::int32_t)> onStatus;
+    std::function<void(std::int32_t)> onProgress;
+    std::function<void(const ScanResult&)> onScan;
+
+    void bluetoothPoweredOn(bool poweredOn) override;
+    void heartDeviceOnProgressMeasurement(std::int32_t value) override;
+    void heartDeviceOnResult(const HalvoraSDKHeartData& data) override;
+    void deviceOnConnectionChanged(DeviceKind kind, std::int32_t status) override;
+    void deviceOnBatteryLevelReceived(DeviceKind kind, std::int32_t level) override;
+    void allDevicesDetected(const ScanResult& devices) override;
+
+    std::optional<bool> poweredOn() const;
+    /// The latest status reported for a kind, if any.
+    std::optional<std::int32_t> status(DeviceKind kind) const;
+    /// Whether the kind was reported searching (status 0) at some point.
+    bool wasSearching(DeviceKind kind) const;
+    std::optional<HalvoraSDKHeartData> heartResult() const;
+    std::optional<std::int32_t> battery(DeviceKind kind) const;
+    /// Forgets results and battery levels (statuses stay).
+    void clearResults();
+
+private:
+    template <typename Watcher, typename... Args>
+    void notify(const Watcher& watcher, Args... args) {
+        if (watcher) watcher(args...);
+    }
+
+    mutable std::mutex mutex_;
+    std::optional<bool> poweredOn_;
+    std::map<DeviceKind, std::int32_t> status_;
+    std::map<DeviceKind, bool> searched_;
+    std::optional<HalvoraSDKHeartData> heartResult_;
+    std::map<DeviceKind, std::int32_t> battery_;
+};
+
+}  // namespace halvora::cli

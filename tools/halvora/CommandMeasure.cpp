@@ -1,0 +1,36 @@
+#include "BloodPressure.hpp"
+#include "CliError.hpp"
+#include "Commands.hpp"
+#include "RecordJson.hpp"
+#include "halvora/Core/Format.hpp"
+
+namespace halvora::cli {
+
+int runMeasureBloodPressure(Session& session, double timeout) {
+    connectAndWait(session, DeviceTypeHeart, timeout);
+    auto driver = session.manager().driverForKind(DeviceTypeHeart);
+    session.printer().line("connected " + (driver ? driver->className() : std::string("?")));
+    const HalvoraSDKHeartData result = measureBloodPressure(session, 120.0, true);
+    nlohmann::json event = toJson(result);
+    event["event"] = "result";
+    session.printer().event(event, "result: " + bloodPressureText(result));
+    disconnectAndSettle(session, DeviceTypeHeart);
+    if (result.errorCode) {
+        throw CliError(ExitDeviceError, format("the monitor reported error %d", *result.errorCode));
+    }
+    return ExitOk;
+}
+
+int runBattery(Session& session, DeviceKind kind, double timeout) {
+    connectAndWait(session, kind, timeout);
+    session.manager().checkBatteryLevel(kind);
+    const bool answered = session.waitUntil([&] { return session.app().battery(kind).has_value(); }, seconds(5));
+    disconnectAndSettle(session, kind);
+    if (!answered) throw CliError(ExitDeviceError, "the " + kindName(kind) + " did not report a battery level");
+    const int level = *session.app().battery(kind);
+    session.printer().event({{"event", "battery"}, {"kind", kind}, {"level", level}},
+                            format("battery: %d %%", level));
+    return ExitOk;
+}
+
+}  // namespace halvora::cli

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+
+#include "Session.hpp"
+
+namespace halvora::cli {
+
+/// A class's main operation in the demo, run once its device is ready; returns the result shown, or
+/// throws CliError.
+using DemoStep = std::function<std::string(Session&, const LabDevice&)>;
+
+/// The demo step of a driver class, or nothing.
+const DemoStep* demoStepFor(const std::string& className);
+
+/// Registration, one per device family.
+void addMeasurementDemoSteps(std::map<std::string, DemoStep>& steps);
+
+}  // namespace halvora::cli

@@ -1,0 +1,16 @@
+// The demo's main operation for each measurement device.
+#include "BloodPressure.hpp"
+#include "DemoSteps.hpp"
+
+namespace halvora::cli {
+
+void addMeasurementDemoSteps(std::map<std::string, DemoStep>& steps) {
+    const DemoStep bloodPressure = [](Session& session, const LabDevice&) {
+        return bloodPressureText(measureBloodPressure(session, 60.0, false));
+    };
+    steps["HalvoraSDKHeartDevice"] = bloodPressure;
+    steps["HalvoraSDKHeartDeviceV2"] = bloodPressure;
+    steps["HalvoraSDKHeartDeviceV3"] = bloodPressure;
+}
+
+}  // namespace halvora::cli

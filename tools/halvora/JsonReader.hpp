@@ -1,0 +1,40 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "CliError.hpp"
+
+namespace halvora::cli {
+
+/// Reads typed fields of a JSON object, naming the field's path in the error when it is of the wrong type
+/// ("lab.json: devices[0].script.systolic: expected an integer").
+class JsonReader {
+public:
+    JsonReader(const nlohmann::json& object, std::string where);
+
+    bool has(const std::string& key) const { return object_.contains(key); }
+    int integer(const std::string& key, int fallback) const;
+    std::optional<int> optionalInteger(const std::string& key) const;
+    double number(const std::string& key, double fallback) const;
+    bool boolean(const std::string& key, bool fallback) const;
+    std::string text(const std::string& key, const std::string& fallback) const;
+    std::optional<std::string> optionalText(const std::string& key) const;
+    /// A sub-object (an empty one when absent).
+    JsonReader object(const std::string& key) const;
+    const nlohmann::json& json() const { return object_; }
+    const std::string& where() const { return where_; }
+    /// Fails for keys not in `known`: a misspelt field should not be ignored silently.
+    void rejectUnknown(const std::vector<std::string>& known) const;
+    [[noreturn]] void fail(const std::string& key, const std::string& what) const;
+
+private:
+    const nlohmann::json& value(const std::string& key) const { return object_.at(key); }
+
+    nlohmann::json object_;
+    std::string where_;
+};
+
+}  // namespace halvora::cli

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "halvora/Core/DeviceType.hpp"
+#include "lab/LabFaults.hpp"
+#include "lab/VirtualPeripheral.hpp"
+
+namespace halvora::cli {
+
+/// One virtual device as a lab file (or the default lab) describes it.
+struct LabDeviceSpec {
+    std::string className;
+    std::string identifier;
+    std::optional<std::string> name;  ///< absent: the class's usual name
+    int rssi = -60;
+    nlohmann::json script = nlohmann::json::object();
+    lab::LabFaults faults;
+    /// Where the device was described, for messages ("lab.json: devices[2]").
+    std::string where;
+};
+
+/// A virtual device class the tool can put in its lab.
+struct LabClass {
+    std::string className;   ///< the driver class it plays
+    DeviceKind kind = DeviceTypeNone;
+    std::string defaultName;
+    /// Makes the device from its description; throws CliError for a bad script.
+    std::function<std::shared_ptr<lab::VirtualPeripheral>(const LabDeviceSpec&)> make;
+    /// The default lab's script of this class: fixed values.
+    nlohmann::json defaultScript = nlohmann::json::object();
+};
+
+/// Every class the tool's lab can play, in recognition order.
+class LabCatalog {
+public:
+    static const std::vector<LabClass>& classes();
+    static const LabClass* find(const std::string& className);
+    /// The device's VirtualPeripheralConfig from its description.
+    static lab::VirtualPeripheralConfig config(const LabDeviceSpec& spec, const LabClass& labClass);
+};
+
+/// Registration helpers, one per device family (each family's file defines its own).
+void addMeasurementLabClasses(std::vector<LabClass>& classes);
+
+}  // namespace halvora::cli

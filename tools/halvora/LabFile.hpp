@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "LabCatalog.hpp"
+
+namespace halvora::cli {
+
+/// The virtual devices of a lab: from a JSON lab file, or the default lab (one device of every class the
+/// tool can play, with fixed values).
+///
+/// A lab file:
+///   { "seed": 7,
+///     "devices": [ { "class": "HalvoraSDKHeartDevice", "identifier": "...", "name": "Bluetooth BP",
+///                    "rssi": -55, "script": { ... }, "faults": { ... } } ] }
+/// "class" is the driver class the device plays; "identifier" (a UUID text) and "name" default to fixed
+/// values; "script" holds the class's scripted values; "faults" the lab's faults (failConnect,
+/// discoveryError, characteristicDiscoveryError, dropNotificationProbability, duplicateNotifications,
+/// splitNotificationsAt, replyDelayMs, disconnectAfterMs, inRange).
+struct LabDescription {
+    std::optional<std::uint64_t> seed;
+    std::vector<LabDeviceSpec> devices;
+
+    /// Reads a lab file; throws CliError (exit status 2) naming the line of a syntax error, or the field of
+    /// a bad value.
+    static LabDescription fromFile(const std::string& path);
+    /// The same from text (`origin` names it in messages).
+    static LabDescription fromText(const std::string& text, const std::string& origin);
+    /// One device of every class, with fixed identifiers and values.
+    static LabDescription defaultLab();
+};
+
+/// The fixed identifier of the default lab's n-th device.
+std::string defaultIdentifier(std::size_t index);
+
+}  // namespace halvora::cli
