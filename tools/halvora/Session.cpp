@@ -49,7 +49,6 @@ Session::Session(const GlobalOptions& options) : options_(options), printer_(opt
     app_ = std::make_shared<CliApplication>();
     manager_->setDelegate(app_);
     manager_->setDeviceDelegate(app_);
-    manager_->setHeartDelegate(app_);
     manager_->setDevicesScanDelegate(app_);
 }
 
