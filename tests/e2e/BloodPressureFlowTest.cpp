@@ -128,6 +128,22 @@ TEST(BloodPressureFlow, NothingInRangeExpiresAtTheFirstCheck) {
     EXPECT_EQ(lab.app->count("status 0 -> -1"), 1U);
 }
 
+TEST(BloodPressureFlow, TwoKindsInARowShareOneScanButKeepTheirOwnTimeOuts) {
+    LabHarness lab;
+    lab.add(lab::VirtualHeartDevice::make(kMonitorA));
+    lab.manager->connectDevice(DeviceTypeHeart, 30);
+    lab.advance(seconds(1));
+    lab.manager->connectDevice(DeviceTypeOximeter, 2);
+    ASSERT_TRUE(lab.runUntilEvent("status 0 -> 1", seconds(5)));
+    // A second scan would have restarted the 4-second timer: the monitor is still chosen at 4 s.
+    EXPECT_LT(lab.app->timeOf("status 0 -> 1"), 4500);
+    EXPECT_TRUE(lab.app->has("status 2 -> 0"));
+    ASSERT_TRUE(lab.runUntilEvent("status 2 -> -1", seconds(10)));
+    // The oximeter's 2 seconds (from 1 s) had run out at the first check; the monitor's 30 s had not.
+    EXPECT_EQ(lab.app->timeOf("status 2 -> -1"), 4000);
+    EXPECT_EQ(lab.manager->getDeviceStatus(DeviceTypeHeart), ConnectionStatusReady);
+}
+
 TEST(BloodPressureFlow, StrongestCandidateWinsAndATieKeepsTheFirstHeard) {
     {
         LabHarness lab;

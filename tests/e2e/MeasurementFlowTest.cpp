@@ -35,6 +35,10 @@ struct MeasurementLab {
         lab.manager->setOximeterDelegate(app);
         lab.manager->setBabyThermometerDelegate(app);
     }
+    /// Lets writes and notifications still on the air land before the world goes.
+    ~MeasurementLab() { lab.advance(seconds(1)); }
+    MeasurementLab(const MeasurementLab&) = delete;
+    MeasurementLab& operator=(const MeasurementLab&) = delete;
 
     /// Connects a kind and waits until it is ready.
     void connect(DeviceKind kind) {
