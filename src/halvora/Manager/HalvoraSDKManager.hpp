@@ -92,6 +92,10 @@ public:
     void checkBatteryLevel(DeviceKind kind);
     std::optional<std::string> getDeviceUUID(DeviceKind kind) const;
     void setWeightScaleParams(const std::string& unit, std::int32_t gender, std::int32_t age, std::int32_t height);
+    /// Kind 3 with a second-generation thermometer: sends it the command byte (the low 8 bits of `command`)
+    /// and returns true; with any other thermometer, or none, nothing is sent and the result is false.
+    /// The device's acknowledgement or error arrives at the thermometer delegate.
+    bool sendThermometerCommand(std::int32_t command);
 
     // ------------------------------------------------------------ delegates (held weakly)
     std::shared_ptr<HalvoraSDKManagerDelegate> delegate() const;

@@ -3,6 +3,7 @@
 #include "halvora/Core/PreferenceUtils.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKHeartDevice.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKHeartDeviceV3.hpp"
+#include "halvora/Devices/Measurement/HalvoraSDKThermometerV2.hpp"
 #include "halvora/Manager/HalvoraSDKManager.hpp"
 
 namespace halvora {
@@ -29,6 +30,11 @@ bool HalvoraSDKManager::startMeasurement() {
 
 void HalvoraSDKManager::checkBatteryLevel(DeviceKind kind) {
     forwardTo<HalvoraSDKHeartDeviceV3>(kind, [](HalvoraSDKHeartDeviceV3& d) { d.getBatteryLevel(); });
+}
+
+bool HalvoraSDKManager::sendThermometerCommand(std::int32_t command) {
+    return forwardTo<HalvoraSDKThermometerV2>(DeviceTypeThermometer,
+                                              [command](HalvoraSDKThermometerV2& d) { d.sendCommand(command); });
 }
 
 std::optional<std::string> HalvoraSDKManager::getDeviceUUID(DeviceKind kind) const {

@@ -3,6 +3,12 @@
 #include "halvora/Devices/Measurement/HalvoraSDKHeartDevice.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKHeartDeviceV2.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKHeartDeviceV3.hpp"
+#include "halvora/Devices/Measurement/HalvoraSDKBabyThermometer.hpp"
+#include "halvora/Devices/Measurement/HalvoraSDKOximeter.hpp"
+#include "halvora/Devices/Measurement/HalvoraSDKThermometer.hpp"
+#include "halvora/Devices/Measurement/HalvoraSDKThermometerV2.hpp"
+#include "halvora/Devices/Measurement/HalvoraSDKThermometerV3.hpp"
+#include "halvora/Devices/Measurement/HalvoraSDKWeightScale.hpp"
 
 namespace halvora {
 
@@ -31,8 +37,19 @@ std::vector<DriverClass> makeRows() {
     rows.push_back(nameRow<HalvoraSDKHeartDeviceV2>("HalvoraSDKHeartDeviceV2", DeviceTypeHeart, {"eBlood-Pressure"}));
     rows.push_back(nameRow<HalvoraSDKHeartDeviceV3>("HalvoraSDKHeartDeviceV3", DeviceTypeHeart, {"Belter_BT"}));
     // Further families take their places here, in this order: text-command bracelet, RM830 bracelet, RM830
-    // in update mode, Vital bracelet, oximeter, the three thermometers, baby thermometer, weight scale,
-    // blood-pressure bracelet, pill reminder.
+    // in update mode, Vital bracelet.
+    rows.push_back(nameRow<HalvoraSDKOximeter>("HalvoraSDKOximeter", DeviceTypeOximeter, {"BLT_M70C"}));
+    // The thermometers and the baby thermometer take names containing these fragments (the second
+    // generation in any letter case, the third too).
+    rows.push_back(nameRow<HalvoraSDKThermometer>("HalvoraSDKThermometer", DeviceTypeThermometer, {"Bluetooth BP"}));
+    rows.push_back(nameRow<HalvoraSDKThermometerV2>("HalvoraSDKThermometerV2", DeviceTypeThermometer,
+                                                    {"e-Thermometer", "Belter_TP"}));
+    rows.push_back(nameRow<HalvoraSDKThermometerV3>("HalvoraSDKThermometerV3", DeviceTypeThermometer, {"DMT-4760b"}));
+    rows.push_back(nameRow<HalvoraSDKBabyThermometer>("HalvoraSDKBabyThermometer", DeviceTypeBabyThermometer,
+                                                      {"iCcur", "thermF"}));
+    // The weight scale takes any name containing this fragment (case-sensitive).
+    rows.push_back(nameRow<HalvoraSDKWeightScale>("HalvoraSDKWeightScale", DeviceTypeWeightScale, {"Chipsea-BLE"}));
+    // Then: blood-pressure bracelet, pill reminder.
     return rows;
 }
 

@@ -1,6 +1,7 @@
 #include "halvora/Runtime/VirtualExecutor.hpp"
 
 #include <atomic>
+#include <vector>
 
 namespace halvora {
 
@@ -57,6 +58,12 @@ private:
     std::string label_;
 };
 
+/// `time + delay` without overflowing for very long delays (a never-firing "forever" timer).
+MonotonicTime saturatingAdd(MonotonicTime time, Duration delay) {
+    if (delay > MonotonicTime::max() - time) return MonotonicTime::max();
+    return time + delay;
+}
+
 }  // namespace
 
 Date VirtualExecutor::defaultStartDate() {
@@ -111,7 +118,7 @@ std::shared_ptr<TimerHandle> VirtualExecutor::post(const SerialQueue* queue, Dur
     entry->valid = std::make_shared<std::atomic<bool>>(true);
     auto handle = std::make_shared<VirtualTimerHandle>(entry->valid);
     std::lock_guard lock(mutex_);
-    const MonotonicTime due = now_ + (delay > Duration::zero() ? delay : Duration::zero());
+    const MonotonicTime due = saturatingAdd(now_, delay > Duration::zero() ? delay : Duration::zero());
     pending_.emplace(Key{due, nextSequence_++}, std::move(entry));
     return handle;
 }
@@ -122,26 +129,38 @@ bool VirtualExecutor::isRunning(const SerialQueue* queue) const {
 }
 
 bool VirtualExecutor::runNextDueBy(MonotonicTime limit) {
+    // Cancelled entries are dropped on the way, outside the lock: what their tasks hold may post on its way out.
+    std::vector<std::shared_ptr<Entry>> cancelled;
     std::shared_ptr<Entry> entry;
     MonotonicTime due;
+    const SerialQueue* previousRunning = nullptr;
+    std::thread::id previousThread{};
     {
         std::lock_guard lock(mutex_);
-        // Cancelled entries are dropped on the way.
-        while (!pending_.empty() && !pending_.begin()->second->valid->load()) pending_.erase(pending_.begin());
+        while (!pending_.empty() && !pending_.begin()->second->valid->load()) {
+            cancelled.push_back(std::move(pending_.begin()->second));
+            pending_.erase(pending_.begin());
+        }
         if (pending_.empty() || std::get<0>(pending_.begin()->first) > limit) return false;
         due = std::get<0>(pending_.begin()->first);
         entry = std::move(pending_.begin()->second);
         pending_.erase(pending_.begin());
         if (due > now_) now_ = due;
+        previousRunning = running_;
+        previousThread = runningThread_;
         running_ = entry->queue;
         runningThread_ = std::this_thread::get_id();
     }
     entry->task();
     std::lock_guard lock(mutex_);
-    running_ = nullptr;
-    if (entry->repeatInterval > Duration::zero() && entry->valid->load()) {
-        const MonotonicTime next = due + entry->repeatInterval;
-        pending_.emplace(Key{next, nextSequence_++}, entry);
+    // A task may itself drive the executor (runUntilIdle() from inside a task); the outer task is still
+    // running when the inner one ends.
+    running_ = previousRunning;
+    runningThread_ = previousThread;
+    if (entry->repeatInterval <= Duration::zero()) {
+        entry->valid->store(false);  // a delayed call that has run is spent
+    } else if (entry->valid->load()) {
+        pending_.emplace(Key{saturatingAdd(due, entry->repeatInterval), nextSequence_++}, entry);
     }
     return true;
 }
@@ -153,7 +172,7 @@ std::size_t VirtualExecutor::runUntilIdle() {
 }
 
 std::size_t VirtualExecutor::advance(Duration duration) {
-    const MonotonicTime target = now() + duration;
+    const MonotonicTime target = saturatingAdd(now(), duration);
     std::size_t count = 0;
     while (runNextDueBy(target)) ++count;
     std::lock_guard lock(mutex_);
@@ -162,7 +181,7 @@ std::size_t VirtualExecutor::advance(Duration duration) {
 }
 
 bool VirtualExecutor::runUntil(const std::function<bool()>& done, Duration limit) {
-    const MonotonicTime target = now() + limit;
+    const MonotonicTime target = saturatingAdd(now(), limit);
     while (!done()) {
         if (!runNextDueBy(target)) {
             std::lock_guard lock(mutex_);

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "lab/Devices/Measurement/VirtualThermometerBase.hpp"
+
+namespace halvora::lab {
+
+/// A first-generation thermometer. Its name contains "Bluetooth BP" (but is longer, or the kit would take
+/// it for the blood-pressure monitor). It measures when it receives FE FD AA A0 0D 0A and sends 8-byte
+/// frames FE FD <unit: 15 Fahrenheit, 00 Celsius> 01 <value x 10, big-endian> 0D 0A, in its own unit.
+class VirtualThermometer : public VirtualThermometerBase {
+public:
+    explicit VirtualThermometer(VirtualPeripheralConfig config);
+    /// A thermometer named "Bluetooth BP Thermo" with the given identifier.
+    static std::shared_ptr<VirtualThermometer> make(const std::string& identifier, int rssi = -60);
+
+protected:
+    void onWrite(const BLEUUID& characteristic, const std::vector<std::uint8_t>& value, WriteType type) override;
+    std::vector<std::uint8_t> readingFrame(double celsius, const ThermometerScript& script) const override;
+};
+
+}  // namespace halvora::lab

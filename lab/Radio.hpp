@@ -1,0 +1,104 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "halvora/Runtime/Executor.hpp"
+#include "halvora/Runtime/SerialQueue.hpp"
+#include "halvora/Transport/AdvertisementData.hpp"
+
+namespace halvora::lab {
+
+class SimulatedCentral;
+class VirtualPeripheral;
+
+/// The simulated air: the virtual devices in range, the power switch of the host's Bluetooth, the timing of
+/// the radio and a seeded random generator that every random fault draws on, so that runs repeat.
+///
+/// Every piece of device-side code (the devices' hooks, their timers, link handling) runs on the radio's
+/// lab queue ("halvora.lab"). Everything is driven by the executor: under a VirtualExecutor it costs no
+/// real time. A Radio is always owned by a std::shared_ptr (make it with std::make_shared).
+/// All members are safe to call from any thread unless they say otherwise.
+class Radio : public std::enable_shared_from_this<Radio> {
+public:
+    static constexpr Duration kDefaultConnectLatency = std::chrono::milliseconds(30);
+    static constexpr Duration kDefaultGattLatency = std::chrono::milliseconds(5);
+
+    explicit Radio(std::shared_ptr<Executor> executor, std::uint64_t seed = 1);
+    ~Radio();
+    Radio(const Radio&) = delete;
+    Radio& operator=(const Radio&) = delete;
+
+    const std::shared_ptr<Executor>& executor() const { return executor_; }
+    /// The serial queue on which all device-side code runs.
+    const std::shared_ptr<SerialQueue>& labQueue() const { return labQueue_; }
+    MonotonicTime now() const { return executor_->now(); }
+
+    /// The seeded generator. Lab queue only (every device hook runs there).
+    std::mt19937_64& random() { return random_; }
+    /// A number in [0, 1) from the seeded generator. Lab queue only.
+    double randomUnit();
+
+    // ---- devices in range
+    /// Puts a device in range. A device belongs to one radio; adding one twice, or one whose identifier is
+    /// already present, is refused (and logged).
+    void addPeripheral(const std::shared_ptr<VirtualPeripheral>& peripheral);
+    /// Takes a device out of range: its link drops (the central sees a disconnection with an error) and it
+    /// stops advertising.
+    void removePeripheral(const std::string& identifier);
+    std::vector<std::shared_ptr<VirtualPeripheral>> peripherals() const;
+    /// The device with this identifier (letter case ignored), or null.
+    std::shared_ptr<VirtualPeripheral> peripheral(const std::string& identifier) const;
+
+    // ---- power
+    /// Switches the host's Bluetooth. Powering off drops every link and stops every scan: each central gets
+    /// a state update (PoweredOff) and its peripherals become disconnected, without disconnection events,
+    /// as CoreBluetooth does. While off, connection attempts fail with BLEErrorPoweredOff and scans are
+    /// ignored. Powering on again reports PoweredOn; nothing reconnects by itself.
+    void setPoweredOn(bool poweredOn);
+    bool isPoweredOn() const { return poweredOn_.load(); }
+
+    // ---- timing
+    /// From a connect request to the device's answer.
+    void setConnectLatency(Duration latency);
+    Duration connectLatency() const;
+    /// From a GATT request (discovery, read, write, notification switch, cancel) to the device handling it.
+    void setGattLatency(Duration latency);
+    Duration gattLatency() const;
+
+    // ---- used by the lab's central and devices
+    void attachCentral(const std::shared_ptr<SimulatedCentral>& central);
+    std::vector<std::shared_ptr<SimulatedCentral>> centrals() const;
+    /// Runs `work` on the lab queue after `delay`.
+    void runOnLab(Duration delay, Task work);
+    /// Re-decides which devices advertise (posted to the lab queue).
+    void refreshAdvertising();
+    /// The same, on the lab queue.
+    void applyAdvertising();
+    /// Hands one advertisement to every scanning central. Lab queue only.
+    void broadcast(const std::shared_ptr<VirtualPeripheral>& device, const AdvertisementData& data, int rssi);
+
+private:
+    bool anyCentralScanning() const;
+    void applyPower(bool poweredOn);
+    void dropEveryLink();
+
+    const std::shared_ptr<Executor> executor_;
+    const std::shared_ptr<SerialQueue> labQueue_;
+    std::mt19937_64 random_;
+    std::atomic<bool> poweredOn_{true};
+
+    mutable std::mutex mutex_;
+    std::vector<std::shared_ptr<VirtualPeripheral>> peripherals_;
+    std::vector<std::weak_ptr<SimulatedCentral>> centrals_;
+    Duration connectLatency_ = kDefaultConnectLatency;
+    Duration gattLatency_ = kDefaultGattLatency;
+};
+
+}  // namespace halvora::lab

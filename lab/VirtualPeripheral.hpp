@@ -1,0 +1,153 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "halvora/Core/Date.hpp"
+#include "halvora/Runtime/Task.hpp"
+#include "halvora/Runtime/TimerHandle.hpp"
+#include "halvora/Transport/AdvertisementData.hpp"
+#include "halvora/Transport/BLEError.hpp"
+#include "halvora/Transport/BLEUUID.hpp"
+#include "halvora/Transport/TransportTypes.hpp"
+#include "lab/GattTable.hpp"
+#include "lab/LabFaults.hpp"
+#include "lab/VirtualPeripheralConfig.hpp"
+
+namespace halvora::lab {
+
+class LabLink;
+class Radio;
+class SimulatedCentral;
+class SimulatedPeripheral;
+
+/// The base of every virtual device, written from the device's side. A subclass declares its GATT table
+/// (usually in its constructor), overrides the hooks it needs and answers through the actions.
+///
+/// Threads: the hooks run on the radio's lab queue, one at a time, and so does every timer made with
+/// schedule(). Declarations, faults and read values may be set from any thread. The actions may be called
+/// from any thread: called off the lab queue, they are posted to it.
+///
+/// A device accepts one link at a time: while connected it stops advertising and a second central's
+/// connection attempt fails. Make devices with std::make_shared and put them in range with
+/// Radio::addPeripheral().
+class VirtualPeripheral : public std::enable_shared_from_this<VirtualPeripheral> {
+public:
+    explicit VirtualPeripheral(VirtualPeripheralConfig config);
+    virtual ~VirtualPeripheral();
+    VirtualPeripheral(const VirtualPeripheral&) = delete;
+    VirtualPeripheral& operator=(const VirtualPeripheral&) = delete;
+
+    // ---- identity and advertising
+    /// Upper-case identifier text.
+    const std::string& identifier() const { return config_.identifier; }
+    const std::optional<std::string>& name() const { return config_.name; }
+    const std::optional<std::string>& localName() const { return config_.localName; }
+    const VirtualPeripheralConfig& config() const { return config_; }
+    int rssi() const;
+    void setRssi(int rssi);
+    /// What one advertisement carries.
+    AdvertisementData advertisementData() const;
+
+    // ---- GATT table
+    void addService(const BLEUUID& service);
+    void addCharacteristic(const BLEUUID& service, const BLEUUID& characteristic, std::uint8_t properties);
+    GattTable gattTable() const;
+    /// The value the default onRead() answers for `characteristic` (empty until set).
+    void setReadValue(const BLEUUID& characteristic, std::vector<std::uint8_t> value);
+
+    // ---- faults
+    void setFaults(const LabFaults& faults);
+    LabFaults faults() const;
+
+    // ---- actions
+    /// Sends a notification to the connected central, if it switched notifications on for this
+    /// characteristic on the current link; otherwise it goes nowhere, as on a real link. The faults for
+    /// notifications (loss, duplicates, splitting) and the reply delay apply.
+    void notify(const BLEUUID& characteristic, const std::vector<std::uint8_t>& value);
+    /// Runs `work` on the lab queue after `delay` (a device-side timer), while the device exists. Without
+    /// a radio nothing is scheduled and the handle is already invalid.
+    std::shared_ptr<TimerHandle> schedule(Duration delay, std::function<void()> work);
+    /// Drops the link, as on a loss of signal: the central sees a disconnection with an error.
+    void dropLink();
+    /// Whether a link is up (a link the system holds for a central that went away counts).
+    bool isConnected() const { return connected_.load(); }
+    /// Whether the central switched notifications on for `characteristic` on the current link.
+    /// Lab queue only.
+    bool isNotifying(const BLEUUID& characteristic) const;
+    /// The radio the device is in (null before Radio::addPeripheral()).
+    std::shared_ptr<Radio> radio() const;
+    /// The radio's seeded generator (the device's own, seeded with 1, while it has no radio). Lab queue
+    /// only.
+    std::mt19937_64& random();
+    /// The executor's monotonic and civil time (a fixed epoch while the device has no radio).
+    MonotonicTime now() const;
+    Date date() const;
+
+protected:
+    // ---- hooks (lab queue)
+    /// A central connected.
+    virtual void onConnected() {}
+    /// The link ended (cancelled by the central, dropped, device removed, power off).
+    virtual void onDisconnected() {}
+    /// The central wrote `value`. For a write with response, the response has already been sent.
+    virtual void onWrite(const BLEUUID& /*characteristic*/, const std::vector<std::uint8_t>& /*value*/,
+                         WriteType /*type*/) {}
+    /// The central reads; the default answers the value set with setReadValue().
+    virtual std::vector<std::uint8_t> onRead(const BLEUUID& characteristic);
+    /// The central switched notifications on or off; the descriptor-written event has already been sent.
+    virtual void onNotifyChanged(const BLEUUID& /*characteristic*/, bool /*enabled*/) {}
+
+private:
+    friend class Radio;
+    friend class SimulatedCentral;
+    friend class SimulatedPeripheral;
+
+    /// How a link end is reported to the central.
+    enum class LinkEndNotice { Event, Silent };
+    struct LinkAcceptance {
+        std::shared_ptr<LabLink> link;
+        OptionalError error;
+        bool continued = false;  ///< an existing link held by the system was handed over
+    };
+
+    // ---- link side, lab queue only
+    void attach(const std::shared_ptr<Radio>& radio);
+    std::shared_ptr<LabLink> currentLink() const;
+    LinkAcceptance acceptLink(const std::shared_ptr<SimulatedPeripheral>& peripheral);
+    void linkEstablished(const std::shared_ptr<LabLink>& link);
+    /// Ends `link` if it is the current one, on both sides.
+    void closeLink(const std::shared_ptr<LabLink>& link, OptionalError reason, LinkEndNotice notice);
+    void updateAdvertising(bool anyoneScanning);
+    void advertiseOnce();
+    void sendNotification(const BLEUUID& characteristic, const std::vector<std::uint8_t>& value);
+    static std::vector<std::vector<std::uint8_t>> notificationParts(const std::vector<std::uint8_t>& value,
+                                                                    const LabFaults& faults);
+    bool runOnLabIfNeeded(Task work);
+    int advertisedRssi();
+
+    VirtualPeripheralConfig config_;
+    std::atomic<bool> connected_{false};
+    std::mt19937_64 ownRandom_{1};
+
+    mutable std::mutex mutex_;
+    std::weak_ptr<Radio> radio_;
+    GattTable gatt_;
+    LabFaults faults_;
+    std::map<BLEUUID, std::vector<std::uint8_t>> readValues_;
+    int rssi_;
+    std::shared_ptr<LabLink> link_;  // changed on the lab queue only
+
+    // Lab queue only.
+    std::shared_ptr<TimerHandle> advertising_;
+};
+
+}  // namespace halvora::lab

@@ -1,0 +1,96 @@
+// halvora-bluez-double: a stand-in for bluetoothd that plays the lab's virtual devices over real D-Bus.
+//
+// It takes org.bluez on the system bus, so point DBUS_SYSTEM_BUS_ADDRESS at a private bus (see
+// scripts/bluez-double.sh). It prints "ready" on stdout once everything is published and runs until
+// SIGTERM or SIGINT.
+#include <signal.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdio>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "BlueZDouble.hpp"
+#include "CliError.hpp"
+#include "LabFile.hpp"
+#include "halvora/Core/Log.hpp"
+
+using namespace halvora;
+
+namespace {
+
+std::vector<std::shared_ptr<lab::VirtualPeripheral>> labDevices(bluezdouble::DoubleOptions& options) {
+    const auto description =
+        options.labFile ? cli::LabDescription::fromFile(*options.labFile) : cli::LabDescription::defaultLab();
+    if (!options.seed) options.seed = description.seed.value_or(1);
+    std::vector<std::shared_ptr<lab::VirtualPeripheral>> devices;
+    for (const auto& spec : description.devices) {
+        const auto* labClass = cli::LabCatalog::find(spec.className);
+        if (labClass == nullptr) throw cli::CliError(cli::ExitBadArguments, "no virtual device plays " + spec.className);
+        devices.push_back(labClass->make(spec));
+    }
+    return devices;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    bluezdouble::DoubleOptions options;
+    std::string connectError;
+    int replyDelayMs = 0;
+    CLI::App app{"A stand-in for bluetoothd on the system bus (DBUS_SYSTEM_BUS_ADDRESS), playing the lab's devices"};
+    app.add_option("--lab", options.labFile, "lab file with the virtual devices (default: the tool's default lab)");
+    app.add_option("--seed", options.seed, "seed of the lab's random faults");
+    app.add_option("--adapter", options.adapter, "adapter name (default hci0)");
+    app.add_option("--address", options.adapterAddress, "adapter address");
+    app.add_flag("--no-adapter", options.noAdapter, "serve no adapter at all");
+    app.add_flag("--powered-off", options.poweredOff, "start with the adapter powered off");
+    app.add_option("--connect-error", connectError, "answer every Connect with NAME[:MESSAGE]");
+    app.add_option("--reply-delay-ms", replyDelayMs, "delay every answer that waits for a device")->check(CLI::Range(0, 600000));
+    app.add_flag("--garbage", options.garbage, "add malformed objects and properties of the wrong types");
+    app.add_flag("--verbose", options.verbose, "log on stderr");
+    CLI11_PARSE(app, argc, argv);
+    if (!connectError.empty()) {
+        const auto colon = connectError.find(':');
+        options.connectErrorName = connectError.substr(0, colon);
+        if (colon != std::string::npos) options.connectErrorMessage = connectError.substr(colon + 1);
+    }
+    options.replyDelay = std::chrono::milliseconds(replyDelayMs);
+    Log::shared().setSink([verbose = options.verbose](const std::string& line) {
+        if (verbose) std::fprintf(stderr, "bluez-double: %s\n", line.c_str());
+    });
+
+    // Every thread started from here on inherits the blocked signals; the main thread waits for them.
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGUSR1);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+
+    std::vector<std::shared_ptr<lab::VirtualPeripheral>> devices;
+    try {
+        devices = labDevices(options);
+    } catch (const cli::CliError& error) {
+        std::fprintf(stderr, "halvora-bluez-double: %s\n", error.what());
+        return error.code();
+    }
+    std::atomic<int> status{0};
+    bluezdouble::BlueZDouble bluez(options, devices);
+    bluez.start(
+        [] {
+            std::printf("ready\n");
+            std::fflush(stdout);
+        },
+        [&status](const std::string& reason) {
+            std::fprintf(stderr, "halvora-bluez-double: %s\n", reason.c_str());
+            status = 1;
+            kill(getpid(), SIGUSR1);
+        });
+    int received = 0;
+    sigwait(&signals, &received);
+    bluez.stop();
+    return status.load();
+}
