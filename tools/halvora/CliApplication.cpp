@@ -30,6 +30,18 @@ void CliApplication::deviceOnBatteryLevelReceived(DeviceKind kind, std::int32_t 
 
 void CliApplication::allDevicesDetected(const ScanResult& devices) { notify(onScan, devices); }
 
+void CliApplication::weightscaleOnMeasurementResult(const HalvoraSDKWeightScaleData& data) { notify(onWeighing, data); }
+
+void CliApplication::weightscaleOnResult(const HalvoraSDKWeightScaleData& data) {
+    std::lock_guard lock(mutex_);
+    if (!weightResult_) weightResult_ = data;
+}
+
+std::optional<HalvoraSDKWeightScaleData> CliApplication::weightResult() const {
+    std::lock_guard lock(mutex_);
+    return weightResult_;
+}
+
 std::optional<bool> CliApplication::poweredOn() const {
     std::lock_guard lock(mutex_);
     return poweredOn_;
@@ -62,6 +74,7 @@ std::optional<std::int32_t> CliApplication::battery(DeviceKind kind) const {
 void CliApplication::clearResults() {
     std::lock_guard lock(mutex_);
     heartResult_.reset();
+    weightResult_.reset();
     battery_.clear();
 }
 

@@ -18,12 +18,14 @@ namespace halvora::cli {
 class CliApplication : public HalvoraSDKManagerDelegate,
                        public HalvoraDeviceDelegate,
                        public HalvoraHeartDelegate,
-                       public HalvoraSDKDevicesScanDelegate {
+                       public HalvoraSDKDevicesScanDelegate,
+                       public HalvoraWeightScaleDelegate {
 public:
     /// Live watchers, called on the kit's queue (keep them short).
     std::function<void(DeviceKind, std::int32_t)> onStatus;
     std::function<void(std::int32_t)> onProgress;
     std::function<void(const ScanResult&)> onScan;
+    std::function<void(const HalvoraSDKWeightScaleData&)> onWeighing;
 
     void bluetoothPoweredOn(bool poweredOn) override;
     void heartDeviceOnProgressMeasurement(std::int32_t value) override;
@@ -31,6 +33,8 @@ public:
     void deviceOnConnectionChanged(DeviceKind kind, std::int32_t status) override;
     void deviceOnBatteryLevelReceived(DeviceKind kind, std::int32_t level) override;
     void allDevicesDetected(const ScanResult& devices) override;
+    void weightscaleOnMeasurementResult(const HalvoraSDKWeightScaleData& data) override;
+    void weightscaleOnResult(const HalvoraSDKWeightScaleData& data) override;
 
     std::optional<bool> poweredOn() const;
     /// The latest status reported for a kind, if any.
@@ -39,6 +43,7 @@ public:
     bool wasSearching(DeviceKind kind) const;
     std::optional<HalvoraSDKHeartData> heartResult() const;
     std::optional<std::int32_t> battery(DeviceKind kind) const;
+    std::optional<HalvoraSDKWeightScaleData> weightResult() const;
     /// Forgets results and battery levels (statuses stay).
     void clearResults();
 
@@ -53,6 +58,7 @@ private:
     std::map<DeviceKind, std::int32_t> status_;
     std::map<DeviceKind, bool> searched_;
     std::optional<HalvoraSDKHeartData> heartResult_;
+    std::optional<HalvoraSDKWeightScaleData> weightResult_;
     std::map<DeviceKind, std::int32_t> battery_;
 };
 

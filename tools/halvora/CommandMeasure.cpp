@@ -21,6 +21,16 @@ int runMeasureBloodPressure(Session& session, double timeout) {
     return ExitOk;
 }
 
+int runMeasureScale(Session& session, const ScaleUser& user, double timeout) {
+    storeScaleUser(session, user);
+    connectAndWait(session, DeviceTypeWeightScale, timeout);
+    session.printer().line("connected HalvoraSDKWeightScale: step on the scale");
+    const HalvoraSDKWeightScaleData result = measureWeight(session, 120.0, true);
+    printWeightResult(session, result);
+    disconnectAndSettle(session, DeviceTypeWeightScale);
+    return ExitOk;
+}
+
 int runBattery(Session& session, DeviceKind kind, double timeout) {
     connectAndWait(session, kind, timeout);
     session.manager().checkBatteryLevel(kind);

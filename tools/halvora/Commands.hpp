@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "CliError.hpp"
+#include "WeightScale.hpp"
 #include "Session.hpp"
 
 namespace halvora::cli {
@@ -20,6 +21,8 @@ int runConnect(Session& session, DeviceKind kind, double timeout);
 int runStatus(Session& session);
 /// Connects a blood-pressure monitor, measures and prints the result.
 int runMeasureBloodPressure(Session& session, double timeout);
+/// Stores the user's body data, connects a weight scale and prints the live weights and the final figures.
+int runMeasureScale(Session& session, const ScaleUser& user, double timeout);
 /// Connects a kind and asks its battery level.
 int runBattery(Session& session, DeviceKind kind, double timeout);
 /// Every device class of the lab, end to end, then a summary table.

@@ -1,6 +1,7 @@
 // The demo's main operation for each measurement device.
 #include "BloodPressure.hpp"
 #include "DemoSteps.hpp"
+#include "WeightScale.hpp"
 
 namespace halvora::cli {
 
@@ -11,6 +12,9 @@ void addMeasurementDemoSteps(std::map<std::string, DemoStep>& steps) {
     steps["HalvoraSDKHeartDevice"] = bloodPressure;
     steps["HalvoraSDKHeartDeviceV2"] = bloodPressure;
     steps["HalvoraSDKHeartDeviceV3"] = bloodPressure;
+    steps["HalvoraSDKWeightScale"] = [](Session& session, const LabDevice&) {
+        return weightText(measureWeight(session, 60.0, false));
+    };
 }
 
 }  // namespace halvora::cli

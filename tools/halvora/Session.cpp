@@ -8,6 +8,9 @@
 #include "halvora/Core/PreferenceUtils.hpp"
 #include "halvora/Runtime/ThreadedExecutor.hpp"
 #include "lab/LabTransport.hpp"
+#ifdef HALVORA_WITH_BLUEZ
+#include "halvora/Transport/BlueZ/BlueZTransport.hpp"
+#endif
 
 namespace halvora::cli {
 
@@ -28,28 +31,40 @@ std::string secondsText(Duration duration) {
 }
 
 Session::Session(const GlobalOptions& options) : options_(options), printer_(options.json) {
-    if (options_.realtime) {
+    // Real Bluetooth runs on the real clock.
+    if (options_.realtime || options_.transport == "bluez") {
         executor_ = ThreadedExecutor::create();
     } else {
         virtualExecutor_ = VirtualExecutor::create();
         executor_ = virtualExecutor_;
     }
     start_ = executor_->now();
-    if (options_.transport == "lab") {
-        buildLab();
-    } else if (options_.transport == "bluez") {
-        throw CliError(ExitTransportUnavailable, "this build of halvora has no BlueZ transport");
-    } else {
-        throw CliError(ExitBadArguments, "unknown transport \"" + options_.transport + "\" (use lab or bluez)");
-    }
     auto log = makeLog(options_.verbose);
     // The kit's own helpers write to the process-wide log: it goes where the manager's log goes.
     Log::shared().setSink([log](const std::string& line) { log->write(line); });
+    if (options_.transport == "lab") {
+        buildLab();
+    } else if (options_.transport == "bluez") {
+#ifdef HALVORA_WITH_BLUEZ
+        BlueZOptions bluezOptions;
+        bluezOptions.adapter = options_.adapter;
+        auto bluez = BlueZTransport::create(bluezOptions, executor_, log);
+        if (auto unusable = bluez->probe(seconds(kCentralStartLimit))) {
+            throw CliError(ExitTransportUnavailable, "no BlueZ transport: " + *unusable);
+        }
+        transport_ = bluez;
+#else
+        throw CliError(ExitTransportUnavailable, "this build of halvora has no BlueZ transport");
+#endif
+    } else {
+        throw CliError(ExitBadArguments, "unknown transport \"" + options_.transport + "\" (use lab or bluez)");
+    }
     manager_ = HalvoraSDKManager::create(ManagerEnvironment{executor_, transport_, nullptr, log, "179"});
     app_ = std::make_shared<CliApplication>();
     manager_->setDelegate(app_);
     manager_->setDeviceDelegate(app_);
     manager_->setDevicesScanDelegate(app_);
+    manager_->setWeightscaleDelegate(app_);
 }
 
 Session::~Session() {
@@ -58,6 +73,7 @@ Session::~Session() {
     app_->onStatus = nullptr;
     app_->onProgress = nullptr;
     app_->onScan = nullptr;
+    app_->onWeighing = nullptr;
     if (auto threaded = std::dynamic_pointer_cast<ThreadedExecutor>(executor_)) threaded->shutdown();
 }
 

@@ -49,6 +49,13 @@ int main(int argc, char** argv) {
     measure->fallthrough();
     auto* measureBp = measure->add_subcommand("bp", "blood pressure: connect kind 0, measure, print the result");
     measureBp->add_option("--timeout", timeout, "seconds to find the monitor (default 30)")->check(CLI::NonNegativeNumber);
+    ScaleUser scaleUser;
+    auto* measureScale = measure->add_subcommand("scale", "weight and body composition: connect kind 4, weigh");
+    measureScale->add_option("--height", scaleUser.height, "centimetres")->check(CLI::Range(0, 300));
+    measureScale->add_option("--age", scaleUser.age, "years")->check(CLI::Range(0, 150));
+    measureScale->add_option("--gender", scaleUser.gender, "male or female")->check(CLI::IsMember({"male", "female"}));
+    measureScale->add_option("--unit", scaleUser.unit, "kg or lb")->check(CLI::IsMember({"kg", "lb"}));
+    measureScale->add_option("--timeout", timeout, "seconds to find the scale (default 30)")->check(CLI::NonNegativeNumber);
     DeviceKind batteryKind = 0;
     auto* battery = app.add_subcommand("battery", "connect a kind and ask its battery level");
     battery->add_option("KIND", batteryKind, "device kind, 0 to 10")->required()->check(CLI::Range(0, 10));
@@ -76,6 +83,7 @@ int main(int argc, char** argv) {
         if (connect->parsed()) return runConnect(session, connectKind, timeout);
         if (status->parsed()) return runStatus(session);
         if (measureBp->parsed()) return runMeasureBloodPressure(session, timeout);
+        if (measureScale->parsed()) return runMeasureScale(session, scaleUser, timeout);
         if (battery->parsed()) return runBattery(session, batteryKind, timeout);
         if (demo->parsed()) return runDemo(session);
         return fail(ExitBadArguments, "no command given");
