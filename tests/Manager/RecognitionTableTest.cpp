@@ -1,0 +1,91 @@
+// The recognition order: which driver class a peripheral's name (or advertisement) resolves to.
+#include <gtest/gtest.h>
+
+#include "halvora/Manager/RecognitionTable.hpp"
+#include "lab/Devices/Measurement/VirtualBabyThermometer.hpp"
+#include "lab/Devices/Measurement/VirtualHeartDevice.hpp"
+#include "lab/Devices/Measurement/VirtualHeartDeviceV2.hpp"
+#include "lab/Devices/Measurement/VirtualHeartDeviceV3.hpp"
+#include "lab/Devices/Measurement/VirtualOximeter.hpp"
+#include "lab/Devices/Measurement/VirtualThermometer.hpp"
+#include "lab/Devices/Measurement/VirtualThermometerV2.hpp"
+#include "lab/Devices/Measurement/VirtualThermometerV3.hpp"
+#include "lab/Devices/Measurement/VirtualWeightScale.hpp"
+#include "support/FakePeripheral.hpp"
+
+namespace halvora {
+namespace {
+
+std::string classFor(const std::optional<std::string>& name) {
+    auto peripheral = std::make_shared<test::FakePeripheral>("6F1C2D3E-0000-4000-8000-000000000001", name);
+    const DriverClass* row = RecognitionTable::recognise(peripheral, nullptr);
+    return row ? row->className : "none";
+}
+
+TEST(RecognitionTable, NamesResolveInTheFixedOrder) {
+    const std::vector<std::pair<std::optional<std::string>, std::string>> cases = {
+        {"Bluetooth BP", "HalvoraSDKHeartDevice"},            // exactly: the monitor, never the thermometer
+        {"Bluetooth BP 2", "HalvoraSDKThermometer"},          // longer names reach the thermometer
+        {"My Bluetooth BP", "HalvoraSDKThermometer"},
+        {"bluetooth bp", "none"},
+        {"eBlood-Pressure", "HalvoraSDKHeartDeviceV2"},
+        {"Belter_BT", "HalvoraSDKHeartDeviceV3"},
+        {"BLT_M70C", "HalvoraSDKOximeter"},
+        {"BLT_M70C2", "none"},
+        {"e-Thermometer", "HalvoraSDKThermometerV2"},
+        {"E-THERMOMETER X", "HalvoraSDKThermometerV2"},       // lower-cased comparison
+        {"xBelter_TPx", "HalvoraSDKThermometerV2"},
+        {"dmt-4760B", "HalvoraSDKThermometerV3"},
+        {"iCcur-1", "HalvoraSDKBabyThermometer"},
+        {"my thermF", "HalvoraSDKBabyThermometer"},
+        {"Chipsea-BLE 01", "HalvoraSDKWeightScale"},
+        {"", "none"},
+        {std::nullopt, "none"},
+    };
+    for (const auto& [name, expected] : cases) {
+        EXPECT_EQ(classFor(name), expected) << "name \"" << name.value_or("(none)") << "\"";
+    }
+}
+
+TEST(RecognitionTable, RowsKeepTheRecognitionOrderAndKinds) {
+    std::vector<std::pair<std::string, DeviceKind>> rows;
+    for (const auto& row : RecognitionTable::rows()) rows.emplace_back(row.className, row.kind);
+    const std::vector<std::pair<std::string, DeviceKind>> expected = {
+        {"HalvoraSDKHeartDevice", DeviceTypeHeart},
+        {"HalvoraSDKHeartDeviceV2", DeviceTypeHeart},
+        {"HalvoraSDKHeartDeviceV3", DeviceTypeHeart},
+        {"HalvoraSDKOximeter", DeviceTypeOximeter},
+        {"HalvoraSDKThermometer", DeviceTypeThermometer},
+        {"HalvoraSDKThermometerV2", DeviceTypeThermometer},
+        {"HalvoraSDKThermometerV3", DeviceTypeThermometer},
+        {"HalvoraSDKBabyThermometer", DeviceTypeBabyThermometer},
+        {"HalvoraSDKWeightScale", DeviceTypeWeightScale},
+    };
+    EXPECT_EQ(rows, expected);
+}
+
+TEST(RecognitionTable, EveryVirtualDeviceResolvesToTheClassThatPlaysIt) {
+    const std::string id = "6F1C2D3E-0000-4000-8000-0000000000F1";
+    const std::vector<std::pair<std::shared_ptr<lab::VirtualPeripheral>, std::string>> devices = {
+        {lab::VirtualHeartDevice::make(id), "HalvoraSDKHeartDevice"},
+        {lab::VirtualHeartDeviceV2::make(id), "HalvoraSDKHeartDeviceV2"},
+        {lab::VirtualHeartDeviceV3::make(id), "HalvoraSDKHeartDeviceV3"},
+        {lab::VirtualOximeter::make(id), "HalvoraSDKOximeter"},
+        {lab::VirtualThermometer::make(id), "HalvoraSDKThermometer"},
+        {lab::VirtualThermometerV2::make(id), "HalvoraSDKThermometerV2"},
+        {lab::VirtualThermometerV3::make(id), "HalvoraSDKThermometerV3"},
+        {lab::VirtualBabyThermometer::make(id), "HalvoraSDKBabyThermometer"},
+        {lab::VirtualWeightScale::make(id), "HalvoraSDKWeightScale"},
+    };
+    for (const auto& [device, expected] : devices) {
+        EXPECT_EQ(classFor(device->name()), expected) << device->name().value_or("(none)");
+        // The class also serves the device's own service.
+        const DriverClass* row = RecognitionTable::firstOfKind(RecognitionTable::recognise(
+            std::make_shared<test::FakePeripheral>(id, device->name()), nullptr)->kind);
+        ASSERT_NE(row, nullptr);
+        EXPECT_TRUE(device->gattTable().hasAnyService({row->serviceUUID})) << expected;
+    }
+}
+
+}  // namespace
+}  // namespace halvora
