@@ -26,9 +26,14 @@ LabHarness::LabHarness(std::uint64_t seed, bool createCentral) {
 }
 
 LabHarness::~LabHarness() {
-    // Let the world wind down before the pieces go, so nothing runs against a half-destroyed harness.
+    // Let the world wind down (links closed, scans stopped), then drop what is still scheduled: devices'
+    // timers and the manager's delayed calls hold the pieces of the world and would keep them alive.
     manager->stopScan();
-    executor->runUntilIdle();
+    for (DeviceKind kind = DeviceTypeHeart; kind <= kHighestDeviceKind; ++kind) {
+        if (manager->driverForKind(kind)) manager->disconnectDevice(kind);
+    }
+    executor->advance(seconds(1));
+    executor->dropPending();
 }
 
 bool LabHarness::runUntil(const std::function<bool()>& done, Duration limit) { return executor->runUntil(done, limit); }

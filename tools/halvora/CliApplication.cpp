@@ -37,6 +37,80 @@ void CliApplication::weightscaleOnResult(const HalvoraSDKWeightScaleData& data) 
     if (!weightResult_) weightResult_ = data;
 }
 
+void CliApplication::thermometerOnResult(const HalvoraSDKThermometerData& data) {
+    std::lock_guard lock(mutex_);
+    if (!thermometerResult_) thermometerResult_ = data;
+}
+
+void CliApplication::thermometerOnSuccessCommand(const HalvoraSDKThermometerSuccessData& data) {
+    {
+        std::lock_guard lock(mutex_);
+        thermometerAck_ = data;
+    }
+    notify(onThermometerEvent, std::string("ack"),
+           nlohmann::json{{"command", data.command ? nlohmann::json(*data.command) : nlohmann::json(nullptr)},
+                          {"data", data.data ? nlohmann::json(*data.data) : nlohmann::json(nullptr)}});
+}
+
+void CliApplication::thermometerOnError(std::int32_t error) {
+    {
+        std::lock_guard lock(mutex_);
+        thermometerError_ = error;
+    }
+    notify(onThermometerEvent, std::string("error"), nlohmann::json{{"error", error}});
+}
+
+void CliApplication::oximeterDeviceOnResult(const HalvoraSDKOximeterData& data) {
+    {
+        std::lock_guard lock(mutex_);
+        oximeterResult_ = data;
+    }
+    notify(onOximeter, data);
+}
+
+void CliApplication::oximeterDeviceOnProgressMeasurement(const HalvoraSDKOximeterData& data) {
+    {
+        std::lock_guard lock(mutex_);
+        ++oximeterSamples_;
+    }
+    notify(onOximeter, data);
+}
+
+void CliApplication::babyThermometerOnResult(const HalvoraSDKBabyThermometerData& data) {
+    std::lock_guard lock(mutex_);
+    if (!babyResult_) babyResult_ = data;
+}
+
+std::optional<HalvoraSDKThermometerData> CliApplication::thermometerResult() const {
+    std::lock_guard lock(mutex_);
+    return thermometerResult_;
+}
+
+std::optional<HalvoraSDKOximeterData> CliApplication::oximeterResult() const {
+    std::lock_guard lock(mutex_);
+    return oximeterResult_;
+}
+
+std::size_t CliApplication::oximeterSamples() const {
+    std::lock_guard lock(mutex_);
+    return oximeterSamples_;
+}
+
+std::optional<HalvoraSDKBabyThermometerData> CliApplication::babyResult() const {
+    std::lock_guard lock(mutex_);
+    return babyResult_;
+}
+
+std::optional<std::int32_t> CliApplication::thermometerError() const {
+    std::lock_guard lock(mutex_);
+    return thermometerError_;
+}
+
+std::optional<HalvoraSDKThermometerSuccessData> CliApplication::thermometerAck() const {
+    std::lock_guard lock(mutex_);
+    return thermometerAck_;
+}
+
 std::optional<HalvoraSDKWeightScaleData> CliApplication::weightResult() const {
     std::lock_guard lock(mutex_);
     return weightResult_;
@@ -75,6 +149,12 @@ void CliApplication::clearResults() {
     std::lock_guard lock(mutex_);
     heartResult_.reset();
     weightResult_.reset();
+    thermometerResult_.reset();
+    oximeterResult_.reset();
+    oximeterSamples_ = 0;
+    babyResult_.reset();
+    thermometerError_.reset();
+    thermometerAck_.reset();
     battery_.clear();
 }
 

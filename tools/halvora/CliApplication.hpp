@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "halvora/Manager/HalvoraSDKManager.hpp"
 
 namespace halvora::cli {
@@ -19,13 +21,18 @@ class CliApplication : public HalvoraSDKManagerDelegate,
                        public HalvoraDeviceDelegate,
                        public HalvoraHeartDelegate,
                        public HalvoraSDKDevicesScanDelegate,
-                       public HalvoraWeightScaleDelegate {
+                       public HalvoraWeightScaleDelegate,
+                       public HalvoraThermometerDelegate,
+                       public HalvoraOximeterDelegate,
+                       public HalvoraBabyThermometerDelegate {
 public:
     /// Live watchers, called on the kit's queue (keep them short).
     std::function<void(DeviceKind, std::int32_t)> onStatus;
     std::function<void(std::int32_t)> onProgress;
     std::function<void(const ScanResult&)> onScan;
     std::function<void(const HalvoraSDKWeightScaleData&)> onWeighing;
+    std::function<void(const HalvoraSDKOximeterData&)> onOximeter;     ///< values (result) and wave samples
+    std::function<void(const std::string&, const nlohmann::json&)> onThermometerEvent;  ///< acks and errors
 
     void bluetoothPoweredOn(bool poweredOn) override;
     void heartDeviceOnProgressMeasurement(std::int32_t value) override;
@@ -35,6 +42,12 @@ public:
     void allDevicesDetected(const ScanResult& devices) override;
     void weightscaleOnMeasurementResult(const HalvoraSDKWeightScaleData& data) override;
     void weightscaleOnResult(const HalvoraSDKWeightScaleData& data) override;
+    void thermometerOnResult(const HalvoraSDKThermometerData& data) override;
+    void thermometerOnSuccessCommand(const HalvoraSDKThermometerSuccessData& data) override;
+    void thermometerOnError(std::int32_t error) override;
+    void oximeterDeviceOnResult(const HalvoraSDKOximeterData& data) override;
+    void oximeterDeviceOnProgressMeasurement(const HalvoraSDKOximeterData& data) override;
+    void babyThermometerOnResult(const HalvoraSDKBabyThermometerData& data) override;
 
     std::optional<bool> poweredOn() const;
     /// The latest status reported for a kind, if any.
@@ -44,6 +57,12 @@ public:
     std::optional<HalvoraSDKHeartData> heartResult() const;
     std::optional<std::int32_t> battery(DeviceKind kind) const;
     std::optional<HalvoraSDKWeightScaleData> weightResult() const;
+    std::optional<HalvoraSDKThermometerData> thermometerResult() const;
+    std::optional<HalvoraSDKOximeterData> oximeterResult() const;
+    std::size_t oximeterSamples() const;
+    std::optional<HalvoraSDKBabyThermometerData> babyResult() const;
+    std::optional<std::int32_t> thermometerError() const;
+    std::optional<HalvoraSDKThermometerSuccessData> thermometerAck() const;
     /// Forgets results and battery levels (statuses stay).
     void clearResults();
 
@@ -59,6 +78,12 @@ private:
     std::map<DeviceKind, bool> searched_;
     std::optional<HalvoraSDKHeartData> heartResult_;
     std::optional<HalvoraSDKWeightScaleData> weightResult_;
+    std::optional<HalvoraSDKThermometerData> thermometerResult_;
+    std::optional<HalvoraSDKOximeterData> oximeterResult_;
+    std::size_t oximeterSamples_ = 0;
+    std::optional<HalvoraSDKBabyThermometerData> babyResult_;
+    std::optional<std::int32_t> thermometerError_;
+    std::optional<HalvoraSDKThermometerSuccessData> thermometerAck_;
     std::map<DeviceKind, std::int32_t> battery_;
 };
 

@@ -45,6 +45,7 @@ DemoRow demoDevice(Session& session, const LabDevice& device, bool discovered) {
     const DeviceKind kind = device.labClass->kind;
     auto& printer = session.printer();
     const Duration start = session.elapsed();
+    session.app().clearResults();
     printer.line(row.className + " \"" + device.device->name().value_or("") + "\" " + device.spec.identifier);
     try {
         connectAndWait(session, kind, kDemoConnectTimeout, device.spec.identifier);

@@ -139,6 +139,7 @@ void addMeasurementLabClasses(std::vector<LabClass>& classes) {
     classes.push_back(std::move(v1));
     classes.push_back(std::move(v2));
     classes.push_back(std::move(v3));
+    addTemperatureLabClasses(classes);  // recognition order: oximeter, thermometers, baby thermometer, scale
     classes.push_back(weightScaleClass());
 }
 

@@ -65,6 +65,9 @@ Session::Session(const GlobalOptions& options) : options_(options), printer_(opt
     manager_->setDeviceDelegate(app_);
     manager_->setDevicesScanDelegate(app_);
     manager_->setWeightscaleDelegate(app_);
+    manager_->setThermometerDelegate(app_);
+    manager_->setOximeterDelegate(app_);
+    manager_->setBabyThermometerDelegate(app_);
 }
 
 Session::~Session() {
@@ -74,6 +77,8 @@ Session::~Session() {
     app_->onProgress = nullptr;
     app_->onScan = nullptr;
     app_->onWeighing = nullptr;
+    app_->onOximeter = nullptr;
+    app_->onThermometerEvent = nullptr;
     if (auto threaded = std::dynamic_pointer_cast<ThreadedExecutor>(executor_)) threaded->shutdown();
 }
 

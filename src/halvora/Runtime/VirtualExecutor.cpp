@@ -109,6 +109,20 @@ std::size_t VirtualExecutor::pendingCount() const {
     return count;
 }
 
+std::size_t VirtualExecutor::dropPending() {
+    decltype(pending_) dropped;
+    {
+        std::lock_guard lock(mutex_);
+        dropped.swap(pending_);
+    }
+    std::size_t count = 0;
+    for (const auto& [key, entry] : dropped) {
+        if (entry->valid->load()) ++count;
+        entry->valid->store(false);
+    }
+    return count;
+}
+
 std::shared_ptr<TimerHandle> VirtualExecutor::post(const SerialQueue* queue, Duration delay, Task task,
                                                    Duration repeatInterval) {
     auto entry = std::make_shared<Entry>();
