@@ -5,6 +5,7 @@
 #include "lab/Devices/Measurement/VirtualHeartDevice.hpp"
 #include "lab/Devices/Measurement/VirtualHeartDeviceV2.hpp"
 #include "lab/Devices/Measurement/VirtualHeartDeviceV3.hpp"
+#include "lab/Devices/Measurement/VirtualThermometerV3.hpp"
 #include "support/LabHarness.hpp"
 
 namespace halvora {
@@ -247,6 +248,29 @@ TEST(BloodPressureFlow, PowerOffTearsEveryDriverDownAndReportsTwice) {
     EXPECT_EQ(lab.manager->getDeviceStatus(DeviceTypeHeart), ConnectionStatusDisconnected);
     EXPECT_FALSE(lab.manager->isBluetoothOn());
     EXPECT_TRUE(lab.logged("HalvoraSDK: Device BLE PoweredOff"));
+}
+
+TEST(BloodPressureFlow, PowerOffWithTwoDriversEmptiesEveryTable) {
+    LabHarness lab;
+    lab.add(lab::VirtualHeartDevice::make(kMonitorA));
+    lab.add(lab::VirtualThermometerV3::make(kMonitorB));
+    lab.manager->connectDevice(DeviceTypeHeart, 30);
+    lab.manager->connectDevice(DeviceTypeThermometer, 30);
+    ASSERT_TRUE(lab.runUntil([&] { return lab.app->has("status 0 -> 2") && lab.app->has("status 3 -> 2"); }));
+    lab.manager->connectDevice(DeviceTypeOximeter, 60);  // a pending request, cleared too
+    lab.advance(seconds(1));
+    ASSERT_TRUE(lab.manager->isPending(DeviceTypeOximeter));
+    lab.app->clear();
+    lab.radio->setPoweredOn(false);
+    ASSERT_TRUE(lab.runUntilEvent("power off", seconds(1)));
+    EXPECT_EQ(lab.app->count("status 0 -> -1"), 2U);
+    EXPECT_EQ(lab.app->count("status 3 -> -1"), 2U);
+    for (DeviceKind kind : {DeviceTypeHeart, DeviceTypeThermometer, DeviceTypeOximeter}) {
+        EXPECT_EQ(lab.manager->getDeviceStatus(kind), ConnectionStatusDisconnected) << kind;
+    }
+    // Nothing is left to time out later.
+    lab.advance(seconds(70));
+    EXPECT_FALSE(lab.app->has("status 2 -> -1"));
 }
 
 TEST(BloodPressureFlow, RequestsWhileBluetoothIsOffAreRetriedEachSecond) {
