@@ -1,7 +1,6 @@
 // Whole flows through the manager with the BlueZ transport, against the bluetoothd double on a private
 // bus, in real time. The results are those of the lab transport (tests/e2e/BloodPressureFlowTest.cpp).
 #include <gtest/gtest.h>
-
 #include <signal.h>
 
 #include "BlueZ/BlueZWorld.hpp"
@@ -17,7 +16,8 @@ constexpr const char* kResult = "result 128/84/66";
 /// Connects kind 0 and waits until it is ready, after discovery and again once notifications are on.
 void connectMonitor(BlueZWorld& world) {
     world.manager->connectDevice(DeviceTypeHeart, 30);
-    ASSERT_TRUE(world.waitFor([&] { return world.app->count("status 0 -> 2") == 2; })) << "the monitor never became ready";
+    ASSERT_TRUE(world.waitFor([&] { return world.app->count("status 0 -> 2") == 2; }))
+        << "the monitor never became ready";
 }
 
 void measure(BlueZWorld& world) {
@@ -79,15 +79,17 @@ TEST(BlueZFlow, FailedConnectCarriesTheDBusErrorAndTheRequestTimesOut) {
     world.manager->connectDevice(DeviceTypeHeart, 5);
     ASSERT_TRUE(world.waitForEvent("status 0 -> -1", seconds(12)));
     EXPECT_FALSE(world.app->has("status 0 -> 1"));
-    EXPECT_TRUE(world.logged(
-        "HalvoraSDK: Did fail to connect peripheral Bluetooth BP error: org.bluez.Error.Failed: le-connection-abort-by-local"));
+    EXPECT_TRUE(
+        world.logged("HalvoraSDK: Did fail to connect peripheral Bluetooth BP error: org.bluez.Error.Failed: "
+                     "le-connection-abort-by-local"));
 }
 
 TEST(BlueZFlow, LinkLostOnTheDevicesSideUnregistersTheDriver) {
     BlueZWorld world;
     connectMonitor(world);
     world.app->clear();
-    test::BusClient(world.bus.address()).dropLink(test::kMonitorAddress);
+    const test::BusClient client(world.bus.address());
+    client.dropLink(client.deviceAddresses().at(test::kMonitorLabIdentifier));
     ASSERT_TRUE(world.waitForEvent("status 0 -> -1", seconds(5)));
     EXPECT_TRUE(world.app->has("heart status -1"));
     EXPECT_EQ(world.manager->driverForKind(DeviceTypeHeart), nullptr);

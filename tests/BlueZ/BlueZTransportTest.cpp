@@ -36,8 +36,8 @@ bool waitFor(const std::function<bool()>& done, Duration limit = seconds(15)) {
 /// A central of the BlueZ transport with a recording delegate, over a private bus with (or without) the
 /// double.
 struct TransportWorld {
-    explicit TransportWorld(const std::vector<std::string>& doubleArguments, const std::string& lab = test::kOneMonitorLab,
-                            bool withDouble = true) {
+    explicit TransportWorld(const std::vector<std::string>& doubleArguments,
+                            const std::string& lab = test::kOneMonitorLab, bool withDouble = true) {
         const auto labFile = bus.folder().file("lab.json").string();
         std::ofstream(labFile) << lab;
         std::vector<std::string> arguments{"--lab", labFile};
@@ -208,9 +208,8 @@ TEST(BlueZTransport, RepeatedNotificationsAreEachDeliveredAfterTheDescriptorEven
     }));
     const auto events = world.recorder->events();
     const auto descriptor = std::find(events.begin(), events.end(), "descriptor FFF4");
-    const auto firstValue = std::find_if(events.begin(), events.end(), [](const std::string& e) {
-        return e.rfind("value FFF4", 0) == 0;
-    });
+    const auto firstValue =
+        std::find_if(events.begin(), events.end(), [](const std::string& e) { return e.rfind("value FFF4", 0) == 0; });
     EXPECT_LT(descriptor, firstValue);
 }
 
@@ -221,8 +220,10 @@ TEST(BlueZTransport, AMalformedReadAnswerIsAnErrorEvent) {
     peripheral->readValue(world.characteristic(peripheral, BLEUUID("2A27")));
     ASSERT_TRUE(waitFor([&] { return world.recorder->countStartingWith("value 2A27") == 1; }));
     const auto events = world.recorder->events();
-    const auto read = std::find_if(events.begin(), events.end(), [](const std::string& e) { return e.rfind("value 2A27", 0) == 0; });
-    EXPECT_NE(read->find(" : org.halvora.Error.MalformedAnswer: malformed ReadValue answer"), std::string::npos) << *read;
+    const auto read =
+        std::find_if(events.begin(), events.end(), [](const std::string& e) { return e.rfind("value 2A27", 0) == 0; });
+    EXPECT_NE(read->find(" : org.halvora.Error.MalformedAnswer: malformed ReadValue answer"), std::string::npos)
+        << *read;
     EXPECT_EQ(world.logLinesContaining("malformed ReadValue answer"), 1U);
 }
 

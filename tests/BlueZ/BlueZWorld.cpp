@@ -6,7 +6,6 @@
 namespace halvora::test {
 
 const char* const kMonitorLabIdentifier = "6F1C2D3E-0000-4000-8000-0000000000A1";
-const char* const kMonitorAddress = "C0:00:00:00:00:A1";
 const char* const kOneMonitorLab = R"({
   "seed": 1,
   "devices": [

@@ -17,9 +17,8 @@ namespace halvora::test {
 
 /// One blood-pressure monitor of the first generation that measures 128/84/66 in fast steps.
 extern const char* const kOneMonitorLab;
-/// Its lab identifier and the address the double gives it.
+/// Its lab identifier.
 extern const char* const kMonitorLabIdentifier;
-extern const char* const kMonitorAddress;
 
 /// A whole world in real time: a private bus with the bluetoothd double playing a lab file, a BlueZ
 /// transport on that bus, and a manager on a threaded executor with a recording application as its

@@ -67,7 +67,8 @@ bool ChildProcess::waitForLine(const std::string& line, std::chrono::millisecond
             if (got == line) return true;
             continue;
         }
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        const auto left =
+            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
         if (left.count() <= 0 || output_ < 0) return false;
         pollfd fd{output_, POLLIN, 0};
         if (::poll(&fd, 1, static_cast<int>(left.count())) <= 0) return false;

@@ -14,7 +14,9 @@ constexpr std::chrono::milliseconds kStartLimit{20000};
 
 }  // namespace
 
-PrivateBus::PrivateBus() { startBus(); }
+PrivateBus::PrivateBus() {
+    startBus();
+}
 
 PrivateBus::~PrivateBus() {
     double_.reset();
@@ -36,12 +38,15 @@ bool PrivateBus::startBus() {
     return true;
 }
 
-void PrivateBus::stopBus() { daemon_.reset(); }
+void PrivateBus::stopBus() {
+    daemon_.reset();
+}
 
 bool PrivateBus::startDouble(const std::vector<std::string>& arguments) {
     std::vector<std::string> argv{HALVORA_BLUEZ_DOUBLE};
     argv.insert(argv.end(), arguments.begin(), arguments.end());
-    double_ = std::make_unique<ChildProcess>(argv, std::map<std::string, std::string>{{"DBUS_SYSTEM_BUS_ADDRESS", address()}});
+    double_ = std::make_unique<ChildProcess>(
+        argv, std::map<std::string, std::string>{{"DBUS_SYSTEM_BUS_ADDRESS", address()}});
     return double_->waitForLine("ready", kStartLimit);
 }
 

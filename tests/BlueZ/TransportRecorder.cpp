@@ -7,7 +7,9 @@ namespace halvora::test {
 
 namespace {
 
-std::string errorText(const OptionalError& error) { return error ? ": " + error->description : std::string(); }
+std::string errorText(const OptionalError& error) {
+    return error ? ": " + error->description : std::string();
+}
 
 std::string hex(const std::vector<std::uint8_t>& value) {
     std::string text;
@@ -45,7 +47,8 @@ void TransportRecorder::centralManagerDidConnectPeripheral(Central& /*central*/,
     add("connect");
 }
 
-void TransportRecorder::centralManagerDidFailToConnectPeripheral(Central& /*central*/, const std::shared_ptr<Peripheral>&,
+void TransportRecorder::centralManagerDidFailToConnectPeripheral(Central& /*central*/,
+                                                                 const std::shared_ptr<Peripheral>&,
                                                                  const OptionalError& error) {
     add("fail" + errorText(error));
 }

@@ -25,7 +25,8 @@ public:
                                                   const OptionalError& error) override;
     void centralManagerDidDisconnectPeripheral(Central& central, const std::shared_ptr<Peripheral>& peripheral,
                                                const OptionalError& error) override;
-    void peripheralDidDiscoverServices(const std::shared_ptr<Peripheral>& peripheral, const OptionalError& error) override;
+    void peripheralDidDiscoverServices(const std::shared_ptr<Peripheral>& peripheral,
+                                       const OptionalError& error) override;
     void peripheralDidDiscoverCharacteristicsForService(const std::shared_ptr<Peripheral>& peripheral,
                                                         const std::shared_ptr<Service>& service,
                                                         const OptionalError& error) override;

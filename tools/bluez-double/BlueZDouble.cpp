@@ -66,14 +66,16 @@ BlueZDouble::BlueZDouble(DoubleOptions options, std::vector<std::shared_ptr<lab:
       virtualDevices_(std::move(devices)),
       loop_(std::make_unique<bluez::BusLoop>("bluez-double", std::chrono::seconds(1))),
       powered_(!options_.poweredOff) {
-    if (options_.connectErrorName) connectError_ = std::make_pair(*options_.connectErrorName, options_.connectErrorMessage);
+    if (options_.connectErrorName)
+        connectError_ = std::make_pair(*options_.connectErrorName, options_.connectErrorMessage);
     if (options_.poweredOff) radio_->setPoweredOn(false);
     bridge_ = std::make_shared<LabBridge>(*this, *loop_);
     for (const auto& device : virtualDevices_) radio_->addPeripheral(device);
     lab::LabTransport transport(radio_);
     labCentral_ = transport.makeCentral(bridge_, executor_->makeQueue("double.lab-central"), {});
     for (const auto& device : virtualDevices_) {
-        devices_.push_back(std::make_unique<DoubleDevice>(*this, device->identifier(), addressOf(device->identifier())));
+        devices_.push_back(
+            std::make_unique<DoubleDevice>(*this, device->identifier(), addressOf(device->identifier())));
         auto peripherals = labCentral_->retrievePeripheralsWithIdentifiers({device->identifier()});
         if (peripherals.empty()) continue;
         peripherals.front()->setDelegate(bridge_);
@@ -81,7 +83,9 @@ BlueZDouble::BlueZDouble(DoubleOptions options, std::vector<std::shared_ptr<lab:
     }
 }
 
-BlueZDouble::~BlueZDouble() { stop(); }
+BlueZDouble::~BlueZDouble() {
+    stop();
+}
 
 void BlueZDouble::start(std::function<void()> ready, std::function<void(const std::string&)> failed) {
     ready_ = std::move(ready);
@@ -117,7 +121,9 @@ std::unique_ptr<sdbus::IConnection> BlueZDouble::open() {
     return connection;
 }
 
-sdbus::IConnection& BlueZDouble::connection() { return *loop_->connection(); }
+sdbus::IConnection& BlueZDouble::connection() {
+    return *loop_->connection();
+}
 
 void BlueZDouble::opened(sdbus::IConnection& connection) {
     root_ = sdbus::createObject(connection, "/");
@@ -172,13 +178,16 @@ void BlueZDouble::publishAdapter(sdbus::IConnection& connection) {
     property("Pairable", [] { return false; });
     property("Discovering", [this] { return discovering_; });
     property("UUIDs", [] { return std::vector<std::string>{}; });
-    adapter_->registerMethod("StartDiscovery").onInterface(kAdapterInterface).implementedAs([this] { startDiscovery(); });
+    adapter_->registerMethod("StartDiscovery").onInterface(kAdapterInterface).implementedAs([this] {
+        startDiscovery();
+    });
     adapter_->registerMethod("StopDiscovery").onInterface(kAdapterInterface).implementedAs([this] { stopDiscovery(); });
     adapter_->registerMethod("SetDiscoveryFilter")
         .onInterface(kAdapterInterface)
         .implementedAs([this](const Properties& filter) { setDiscoveryFilter(filter); });
     adapter_->registerMethod("GetDiscoveryFilters").onInterface(kAdapterInterface).implementedAs([] {
-        return std::vector<std::string>{"UUIDs", "RSSI", "Pathloss", "Transport", "DuplicateData", "Discoverable", "Pattern"};
+        return std::vector<std::string>{"UUIDs",         "RSSI",         "Pathloss", "Transport",
+                                        "DuplicateData", "Discoverable", "Pattern"};
     });
     adapter_->registerMethod("RemoveDevice")
         .onInterface(kAdapterInterface)
@@ -282,13 +291,15 @@ DoubleDevice* BlueZDouble::deviceWithAddress(const std::string& address) {
 
 void BlueZDouble::publishControl(sdbus::IConnection& connection) {
     control_ = sdbus::createObject(connection, kControlPath);
-    control_->registerMethod("DropLink").onInterface(kControlInterface).implementedAs([this](const std::string& address) {
-        auto* device = deviceWithAddress(address);
-        if (device == nullptr) throw bluezError("org.bluez.Error.DoesNotExist", "No such device");
-        for (const auto& virtualDevice : virtualDevices_) {
-            if (upper(virtualDevice->identifier()) == upper(device->labIdentifier())) virtualDevice->dropLink();
-        }
-    });
+    control_->registerMethod("DropLink")
+        .onInterface(kControlInterface)
+        .implementedAs([this](const std::string& address) {
+            auto* device = deviceWithAddress(address);
+            if (device == nullptr) throw bluezError("org.bluez.Error.DoesNotExist", "No such device");
+            for (const auto& virtualDevice : virtualDevices_) {
+                if (upper(virtualDevice->identifier()) == upper(device->labIdentifier())) virtualDevice->dropLink();
+            }
+        });
     control_->registerMethod("SetConnectError")
         .onInterface(kControlInterface)
         .implementedAs([this](const std::string& name, const std::string& message) {
@@ -324,7 +335,9 @@ void BlueZDouble::publishGarbage(sdbus::IConnection& connection) {
     garbageObjects_.push_back(std::move(wrong));
 
     auto orphan = sdbus::createObject(connection, wrongPath + "/service0001/char0002");
-    orphan->registerProperty("UUID").onInterface(kGattCharacteristicInterface).withGetter([] { return std::string("zzz"); });
+    orphan->registerProperty("UUID").onInterface(kGattCharacteristicInterface).withGetter([] {
+        return std::string("zzz");
+    });
     orphan->registerProperty("Service").onInterface(kGattCharacteristicInterface).withGetter([] {
         return sdbus::ObjectPath("/nowhere");
     });
@@ -340,9 +353,10 @@ void BlueZDouble::scheduleGarbage() {
         auto signal = root_->createSignal("org.freedesktop.DBus.ObjectManager", "InterfacesAdded");
         signal << sdbus::ObjectPath(adapterPath_ + "/dev_0A_0B_0C_0D_0E_0F") << std::string("nonsense");
         root_->emitSignal(signal);
-        emitInterfacesAdded(*root_, adapterPath_ + "/dev_0A_0B_0C_0D_0E_0F",
-                            {{kDeviceInterface,
-                              {{"RSSI", sdbus::Variant(std::string("near"))}, {"Name", sdbus::Variant(std::uint32_t(1))}}}});
+        emitInterfacesAdded(
+            *root_, adapterPath_ + "/dev_0A_0B_0C_0D_0E_0F",
+            {{kDeviceInterface,
+              {{"RSSI", sdbus::Variant(std::string("near"))}, {"Name", sdbus::Variant(std::uint32_t(1))}}}});
         scheduleGarbage();
     });
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sdbus-c++/sdbus-c++.h>
+
 #include <atomic>
 #include <functional>
 #include <map>
@@ -7,8 +9,6 @@
 #include <optional>
 #include <string>
 #include <vector>
-
-#include <sdbus-c++/sdbus-c++.h>
 
 #include "DoubleDevice.hpp"
 #include "DoubleOptions.hpp"
@@ -27,7 +27,8 @@ class LabBridge;
 /// the virtual devices; what it sees becomes bluetoothd's objects, properties and signals.
 ///
 /// Also serves /org/halvora/double (org.halvora.Double1) for tests: DropLink(address) makes a device
-/// lose its link, SetConnectError(name, message) changes the Connect fault at run time.
+/// lose its link, SetConnectError(name, message) changes the Connect fault at run time, DeviceAddresses()
+/// maps lab identifiers to device addresses.
 ///
 /// Everything on the bus side runs on the bus thread; the lab's events are handed to it.
 class BlueZDouble {

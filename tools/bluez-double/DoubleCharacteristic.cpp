@@ -20,10 +20,18 @@ std::string lowerUUID(const BLEUUID& uuid) {
     return text;
 }
 
-sdbus::Error notConnected() { return bluezError("org.bluez.Error.Failed", "Not connected"); }
-sdbus::Error inProgress() { return bluezError("org.bluez.Error.InProgress", "In Progress"); }
-sdbus::Error notSupported() { return bluezError("org.bluez.Error.NotSupported", "Operation is not supported"); }
-sdbus::Error failedWith(const BLEError& error) { return bluezError("org.bluez.Error.Failed", error.description); }
+sdbus::Error notConnected() {
+    return bluezError("org.bluez.Error.Failed", "Not connected");
+}
+sdbus::Error inProgress() {
+    return bluezError("org.bluez.Error.InProgress", "In Progress");
+}
+sdbus::Error notSupported() {
+    return bluezError("org.bluez.Error.NotSupported", "Operation is not supported");
+}
+sdbus::Error failedWith(const BLEError& error) {
+    return bluezError("org.bluez.Error.Failed", error.description);
+}
 
 }  // namespace
 
@@ -117,12 +125,14 @@ void DoubleCharacteristic::registerMethods() {
         .implementedAs([this](sdbus::Result<>&& result, std::vector<std::uint8_t> value, Properties options) {
             writeValue(std::make_shared<sdbus::Result<>>(std::move(result)), value, options);
         });
-    object_->registerMethod("StartNotify").onInterface(kGattCharacteristicInterface).implementedAs([this](sdbus::Result<>&& result) {
-        startNotify(std::make_shared<sdbus::Result<>>(std::move(result)));
-    });
-    object_->registerMethod("StopNotify").onInterface(kGattCharacteristicInterface).implementedAs([this](sdbus::Result<>&& result) {
-        stopNotify(std::make_shared<sdbus::Result<>>(std::move(result)));
-    });
+    object_->registerMethod("StartNotify")
+        .onInterface(kGattCharacteristicInterface)
+        .implementedAs(
+            [this](sdbus::Result<>&& result) { startNotify(std::make_shared<sdbus::Result<>>(std::move(result))); });
+    object_->registerMethod("StopNotify")
+        .onInterface(kGattCharacteristicInterface)
+        .implementedAs(
+            [this](sdbus::Result<>&& result) { stopNotify(std::make_shared<sdbus::Result<>>(std::move(result))); });
 }
 
 void DoubleCharacteristic::publishDescriptor(sdbus::IConnection& connection, sdbus::IObject& root) {
@@ -290,13 +300,15 @@ void DoubleCharacteristic::setValue(const std::vector<std::uint8_t>& value) {
 
 void DoubleCharacteristic::setNotifying(bool notifying) {
     notifying_ = notifying;
-    if (object_) emitPropertiesChanged(*object_, kGattCharacteristicInterface, {{"Notifying", sdbus::Variant(notifying_)}});
+    if (object_)
+        emitPropertiesChanged(*object_, kGattCharacteristicInterface, {{"Notifying", sdbus::Variant(notifying_)}});
 }
 
 void DoubleCharacteristic::emitGarbage() {
     if (!object_) return;
     emitPropertiesChanged(*object_, kGattCharacteristicInterface,
-                          {{"Value", sdbus::Variant(std::string("noise"))}, {"Notifying", sdbus::Variant(std::uint32_t(3))},
+                          {{"Value", sdbus::Variant(std::string("noise"))},
+                           {"Notifying", sdbus::Variant(std::uint32_t(3))},
                            {"Flags", sdbus::Variant(std::int32_t(-1))}});
 }
 

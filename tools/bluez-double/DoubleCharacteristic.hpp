@@ -1,12 +1,12 @@
 #pragma once
 
+#include <sdbus-c++/sdbus-c++.h>
+
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
-
-#include <sdbus-c++/sdbus-c++.h>
 
 #include "Emit.hpp"
 #include "halvora/Transport/BLEError.hpp"
@@ -42,7 +42,9 @@ public:
     void withdraw(sdbus::IObject& root);
     /// The lab characteristic of the current link (null between links).
     void bind(std::shared_ptr<Characteristic> characteristic) { lab_ = std::move(characteristic); }
-    bool standsFor(const std::shared_ptr<Characteristic>& characteristic) const { return lab_ && lab_ == characteristic; }
+    bool standsFor(const std::shared_ptr<Characteristic>& characteristic) const {
+        return lab_ && lab_ == characteristic;
+    }
     /// The link ended: pending operations fail and notifications stop.
     void linkEnded();
 

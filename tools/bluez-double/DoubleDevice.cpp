@@ -271,7 +271,9 @@ std::string DoubleDevice::servicePathFor(const BLEUUID& uuid) {
     service.object = sdbus::createObject(owner_.connection(), service.path);
     const std::string uuidText = lowerUUID(uuid);
     const std::string devicePath = path_;
-    service.object->registerProperty("UUID").onInterface(kGattServiceInterface).withGetter([uuidText] { return uuidText; });
+    service.object->registerProperty("UUID").onInterface(kGattServiceInterface).withGetter([uuidText] {
+        return uuidText;
+    });
     service.object->registerProperty("Device").onInterface(kGattServiceInterface).withGetter([devicePath] {
         return sdbus::ObjectPath(devicePath);
     });
@@ -302,8 +304,9 @@ void DoubleDevice::publishGatt() {
                 const std::uint16_t handle = nextHandle_;
                 nextHandle_ = static_cast<std::uint16_t>(nextHandle_ + 3);
                 characteristics_.push_back(std::make_unique<DoubleCharacteristic>(
-                    *this, servicePath + format("/char%04x", handle), servicePath + format("/char%04x/desc%04x", handle, handle + 2),
-                    servicePath, service->uuid(), characteristic->uuid(), characteristic->properties()));
+                    *this, servicePath + format("/char%04x", handle),
+                    servicePath + format("/char%04x/desc%04x", handle, handle + 2), servicePath, service->uuid(),
+                    characteristic->uuid(), characteristic->properties()));
                 characteristics_.back()->publish(owner_.connection(), owner_.root());
                 existing = std::prev(characteristics_.end());
             }
@@ -353,8 +356,8 @@ void DoubleDevice::emitGarbage() {
                           {{"RSSI", sdbus::Variant(std::string("loud"))},
                            {"ManufacturerData", sdbus::Variant(std::map<std::string, std::string>{{"acme", "x"}})},
                            {"ServiceData", sdbus::Variant(std::map<std::string, sdbus::Variant>{
-                                                {"not-a-uuid", sdbus::Variant(std::vector<std::uint8_t>{1})},
-                                                {"fff0", sdbus::Variant(std::string("text"))}})},
+                                               {"not-a-uuid", sdbus::Variant(std::vector<std::uint8_t>{1})},
+                                               {"fff0", sdbus::Variant(std::string("text"))}})},
                            {"Connected", sdbus::Variant(std::string("maybe"))},
                            {"UUIDs", sdbus::Variant(std::int32_t(5))}});
     for (auto& characteristic : characteristics_) characteristic->emitGarbage();

@@ -1,13 +1,13 @@
 #pragma once
 
+#include <sdbus-c++/sdbus-c++.h>
+
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include <sdbus-c++/sdbus-c++.h>
 
 #include "DoubleCharacteristic.hpp"
 #include "Emit.hpp"

@@ -21,6 +21,8 @@ void emitInterfacesRemoved(sdbus::IObject& root, const std::string& path, const 
     root.emitSignal(signal);
 }
 
-sdbus::Error bluezError(const std::string& name, const std::string& message) { return sdbus::Error(name, message); }
+sdbus::Error bluezError(const std::string& name, const std::string& message) {
+    return sdbus::Error(name, message);
+}
 
 }  // namespace halvora::bluezdouble

@@ -1,10 +1,10 @@
 #pragma once
 
+#include <sdbus-c++/sdbus-c++.h>
+
 #include <map>
 #include <string>
 #include <vector>
-
-#include <sdbus-c++/sdbus-c++.h>
 
 namespace halvora::bluezdouble {
 

@@ -5,7 +5,8 @@
 
 namespace halvora::bluezdouble {
 
-void LabBridge::onDevice(const std::shared_ptr<Peripheral>& peripheral, std::function<void(DoubleDevice& device)> work) {
+void LabBridge::onDevice(const std::shared_ptr<Peripheral>& peripheral,
+                         std::function<void(DoubleDevice& device)> work) {
     if (!peripheral) return;
     BlueZDouble* owner = &owner_;
     loop_.post([owner, identifier = peripheral->identifier(), work = std::move(work)] {
@@ -26,7 +27,8 @@ void LabBridge::centralManagerDidDiscoverPeripheral(Central& /*central*/, const 
     });
 }
 
-void LabBridge::centralManagerDidConnectPeripheral(Central& /*central*/, const std::shared_ptr<Peripheral>& peripheral) {
+void LabBridge::centralManagerDidConnectPeripheral(Central& /*central*/,
+                                                   const std::shared_ptr<Peripheral>& peripheral) {
     onDevice(peripheral, [](DoubleDevice& device) { device.labConnected(); });
 }
 
@@ -43,7 +45,8 @@ void LabBridge::centralManagerDidDisconnectPeripheral(Central& /*central*/,
     onDevice(peripheral, [](DoubleDevice& device) { device.labDisconnected(); });
 }
 
-void LabBridge::peripheralDidDiscoverServices(const std::shared_ptr<Peripheral>& peripheral, const OptionalError& error) {
+void LabBridge::peripheralDidDiscoverServices(const std::shared_ptr<Peripheral>& peripheral,
+                                              const OptionalError& error) {
     onDevice(peripheral, [error](DoubleDevice& device) { device.labServicesDiscovered(error); });
 }
 

@@ -31,7 +31,8 @@ public:
     void centralManagerDidDisconnectPeripheral(Central& central, const std::shared_ptr<Peripheral>& peripheral,
                                                const OptionalError& error) override;
 
-    void peripheralDidDiscoverServices(const std::shared_ptr<Peripheral>& peripheral, const OptionalError& error) override;
+    void peripheralDidDiscoverServices(const std::shared_ptr<Peripheral>& peripheral,
+                                       const OptionalError& error) override;
     void peripheralDidDiscoverCharacteristicsForService(const std::shared_ptr<Peripheral>& peripheral,
                                                         const std::shared_ptr<Service>& service,
                                                         const OptionalError& error) override;

@@ -6,11 +6,10 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <CLI/CLI.hpp>
 #include <atomic>
 #include <cstdio>
 #include <string>
-
-#include <CLI/CLI.hpp>
 
 #include "BlueZDouble.hpp"
 #include "CliError.hpp"
@@ -28,7 +27,8 @@ std::vector<std::shared_ptr<lab::VirtualPeripheral>> labDevices(bluezdouble::Dou
     std::vector<std::shared_ptr<lab::VirtualPeripheral>> devices;
     for (const auto& spec : description.devices) {
         const auto* labClass = cli::LabCatalog::find(spec.className);
-        if (labClass == nullptr) throw cli::CliError(cli::ExitBadArguments, "no virtual device plays " + spec.className);
+        if (labClass == nullptr)
+            throw cli::CliError(cli::ExitBadArguments, "no virtual device plays " + spec.className);
         devices.push_back(labClass->make(spec));
     }
     return devices;
@@ -48,7 +48,8 @@ int main(int argc, char** argv) {
     app.add_flag("--no-adapter", options.noAdapter, "serve no adapter at all");
     app.add_flag("--powered-off", options.poweredOff, "start with the adapter powered off");
     app.add_option("--connect-error", connectError, "answer every Connect with NAME[:MESSAGE]");
-    app.add_option("--reply-delay-ms", replyDelayMs, "delay every answer that waits for a device")->check(CLI::Range(0, 600000));
+    app.add_option("--reply-delay-ms", replyDelayMs, "delay every answer that waits for a device")
+        ->check(CLI::Range(0, 600000));
     app.add_flag("--garbage", options.garbage, "add malformed objects and properties of the wrong types");
     app.add_flag("--verbose", options.verbose, "log on stderr");
     CLI11_PARSE(app, argc, argv);

@@ -1,0 +1,127 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "halvora/Transport/BlueZ/internal/CharacteristicChannel.hpp"
+#include "halvora/Transport/BlueZ/internal/DBusFailure.hpp"
+#include "halvora/Transport/BlueZ/internal/ObjectMirror.hpp"
+#include "halvora/Transport/CentralDelegate.hpp"
+#include "halvora/Transport/Peripheral.hpp"
+
+namespace halvora::bluez {
+
+class Backend;
+class BlueZCentral;
+
+/// A BlueZ device as one central sees it (org.bluez.Device1 and its GATT objects).
+///
+/// - Connect is Device1.Connect; the link is up when the device is both Connected and ServicesResolved.
+///   A failed Connect is a fail-to-connect event carrying the D-Bus error text; Connected going false, or
+///   the device's removal, is a disconnection event (with an error unless the kit cancelled); cancel is
+///   Device1.Disconnect (a pending attempt is abandoned at once, with a disconnection event).
+/// - Services and characteristics come from the mirrored GattService1 and GattCharacteristic1 objects
+///   (Flags become the property bits) and are valid for one link.
+/// - Notifications are StartNotify/StopNotify (nothing is sent when already in the wanted state) and
+///   arrive as changes of Value; reads are ReadValue; writes are WriteValue with their type always named
+///   ("request" or "command"). Requests to one characteristic are sent one at a time (CharacteristicChannel).
+/// Requests made while there is no link, or to an attribute that is not from the current link, are
+/// answered by their event carrying a BLEError (a write without response is dropped and logged). Every
+/// call that waits for the device has the backend's deadline. All members are safe from any thread;
+/// those marked "bus" run on the bus thread.
+class BlueZPeripheral : public Peripheral {
+public:
+    BlueZPeripheral(std::weak_ptr<BlueZCentral> central, std::shared_ptr<Backend> backend, std::string identifier,
+                    std::string path, std::optional<std::string> name);
+
+    std::string identifier() const override { return identifier_; }
+    std::optional<std::string> name() const override;
+    PeripheralState state() const override;
+    void setDelegate(std::weak_ptr<PeripheralDelegate> delegate) override;
+    std::shared_ptr<PeripheralDelegate> delegate() const override;
+    std::vector<std::shared_ptr<Service>> services() const override;
+
+    void discoverServices(const std::optional<std::vector<BLEUUID>>& serviceUUIDs) override;
+    void discoverCharacteristics(const std::vector<BLEUUID>& characteristicUUIDs,
+                                 const std::shared_ptr<Service>& service) override;
+    void setNotifyValue(bool enabled, const std::shared_ptr<Characteristic>& characteristic) override;
+    void writeValue(const std::vector<std::uint8_t>& value, const std::shared_ptr<Characteristic>& characteristic,
+                    WriteType type) override;
+    void readValue(const std::shared_ptr<Characteristic>& characteristic) override;
+
+    const std::string& path() const { return path_; }
+
+    // ---- bus
+    void requestConnect();
+    void requestCancel();
+    /// The device's Connected or ServicesResolved changed; null when the device is gone.
+    void linkChanged(const ObjectMirror::Device* device);
+    /// Bluetooth went off: the link and any attempt end without events.
+    void powerOff();
+    void setName(const std::optional<std::string>& name);
+    void valueArrived(const std::string& characteristicPath, std::vector<std::uint8_t> value);
+    /// GATT objects of the device changed: requests to characteristics that are gone are answered.
+    void gattChanged();
+
+private:
+    using DelegateEvent =
+        std::function<void(const std::shared_ptr<BlueZPeripheral>& self, PeripheralDelegate& delegate)>;
+    using CentralEvent = std::function<void(BlueZCentral& central, CentralDelegate& delegate,
+                                            const std::shared_ptr<BlueZPeripheral>& self)>;
+
+    std::shared_ptr<BlueZPeripheral> self();
+    /// Runs `work` on the bus thread while this peripheral exists.
+    void onBus(std::function<void(BlueZPeripheral& self)> work);
+    void postDelegateEvent(DelegateEvent event, bool notification = false);
+    void postCentralEvent(CentralEvent event);
+    void setState(PeripheralState state);
+
+    // connection (bus)
+    void connectAnswered(std::uint64_t attempt, const std::optional<DBusFailure>& failure);
+    void failAttempt(BLEError error);
+    void becomeConnected();
+    void linkDown(OptionalError error);
+    void forgetGatt();
+    void disconnectDevice(std::function<void(BlueZPeripheral&)> answered);
+
+    // GATT (bus)
+    void serveServiceDiscovery(const std::optional<std::vector<BLEUUID>>& filter);
+    void serveCharacteristicDiscovery(const std::vector<BLEUUID>& filter, const std::shared_ptr<Service>& service);
+    void submit(const std::shared_ptr<Characteristic>& characteristic, CharacteristicChannel::Request request);
+    CharacteristicChannel* channelOf(const std::shared_ptr<Characteristic>& characteristic);
+    void pump(CharacteristicChannel& channel);
+    void send(CharacteristicChannel& channel, const CharacteristicChannel::Request& request);
+    void answered(const std::string& path, std::uint64_t generation, CharacteristicChannel::Request::Kind kind,
+                  std::vector<std::uint8_t> value, const std::optional<DBusFailure>& failure);
+    void answerRequest(const std::shared_ptr<Characteristic>& characteristic, CharacteristicChannel::Request::Kind kind,
+                       OptionalError error, std::vector<std::uint8_t> value = {});
+    void deliverNotification(const std::shared_ptr<Characteristic>& characteristic, std::vector<std::uint8_t> value);
+
+    const std::weak_ptr<BlueZCentral> central_;
+    const std::shared_ptr<Backend> backend_;
+    const std::string identifier_;
+    const std::string path_;
+
+    mutable std::mutex mutex_;
+    std::optional<std::string> name_;
+    PeripheralState state_ = PeripheralState::Disconnected;
+    std::weak_ptr<PeripheralDelegate> delegate_;
+    std::vector<std::shared_ptr<Service>> services_;
+
+    // Bus thread only.
+    std::uint64_t attempt_ = 0;
+    std::uint64_t generation_ = 0;
+    bool connectAnswered_ = false;
+    std::map<std::string, std::shared_ptr<Service>> servicesByPath_;
+    std::map<const Service*, std::string> servicePaths_;
+    std::map<std::string, std::unique_ptr<CharacteristicChannel>> channels_;
+    std::map<const Characteristic*, std::string> channelPaths_;
+};
+
+}  // namespace halvora::bluez
