@@ -23,7 +23,7 @@ const char* statusText(std::int32_t status) {
 
 int runConnect(Session& session, DeviceKind kind, double timeout) {
     auto& printer = session.printer();
-    session.app().onStatus = [&](DeviceKind k, std::int32_t status) {
+    session.app().onStatus = [&printer, kind](DeviceKind k, std::int32_t status) {
         if (k != kind) return;
         printer.event({{"event", "status"}, {"kind", k}, {"status", status}},
                       kindText(k) + ": " + statusText(status) + " (" + std::to_string(status) + ")");

@@ -71,14 +71,15 @@ Session::Session(const GlobalOptions& options) : options_(options), printer_(opt
 }
 
 Session::~Session() {
-    if (manager_) manager_->stopScan();
-    if (virtualExecutor_) virtualExecutor_->runUntilIdle();
+    // Watchers may refer to a command's locals; a command that failed left them set.
     app_->onStatus = nullptr;
     app_->onProgress = nullptr;
     app_->onScan = nullptr;
     app_->onWeighing = nullptr;
     app_->onOximeter = nullptr;
     app_->onThermometerEvent = nullptr;
+    if (manager_) manager_->stopScan();
+    if (virtualExecutor_) virtualExecutor_->runUntilIdle();
     if (auto threaded = std::dynamic_pointer_cast<ThreadedExecutor>(executor_)) threaded->shutdown();
 }
 
