@@ -79,7 +79,15 @@ Session::~Session() {
     app_->onOximeter = nullptr;
     app_->onThermometerEvent = nullptr;
     if (manager_) manager_->stopScan();
-    if (virtualExecutor_) virtualExecutor_->runUntilIdle();
+    if (virtualExecutor_) {
+        // Close what is open, then drop what is still scheduled: the devices' timers and the kit's delayed
+        // calls hold the pieces of this world and would otherwise keep each other alive.
+        for (DeviceKind kind = DeviceTypeHeart; kind <= kHighestDeviceKind; ++kind) {
+            if (manager_ && manager_->driverForKind(kind)) manager_->disconnectDevice(kind);
+        }
+        virtualExecutor_->advance(seconds(1));
+        virtualExecutor_->dropPending();
+    }
     if (auto threaded = std::dynamic_pointer_cast<ThreadedExecutor>(executor_)) threaded->shutdown();
 }
 
