@@ -40,15 +40,15 @@ std::set<std::string> discover(Session& session) {
 
 DemoRow demoDevice(Session& session, const LabDevice& device, bool discovered) {
     DemoRow row;
-    row.className = device.spec.className;
+    row.className = device.entry.className;
     row.discovered = discovered;
     const DeviceKind kind = device.labClass->kind;
     auto& printer = session.printer();
     const Duration start = session.elapsed();
     session.app().clearResults();
-    printer.line(row.className + " \"" + device.device->name().value_or("") + "\" " + device.spec.identifier);
+    printer.line(row.className + " \"" + device.device->name().value_or("") + "\" " + device.entry.identifier);
     try {
-        connectAndWait(session, kind, kDemoConnectTimeout, device.spec.identifier);
+        connectAndWait(session, kind, kDemoConnectTimeout, device.entry.identifier);
         row.connected = true;
         printer.line("  connected and ready after " + secondsText(session.elapsed() - start));
         const DemoStep* step = demoStepFor(row.className);
@@ -78,7 +78,7 @@ int runDemo(Session& session) {
     std::vector<DemoRow> rows;
     bool allOk = true;
     for (const auto& device : session.labDevices()) {
-        rows.push_back(demoDevice(session, device, heard.count(device.spec.identifier) != 0));
+        rows.push_back(demoDevice(session, device, heard.count(device.entry.identifier) != 0));
         allOk = allOk && rows.back().ok;
     }
     if (!printer.json()) {

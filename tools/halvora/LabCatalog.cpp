@@ -18,12 +18,12 @@ const LabClass* LabCatalog::find(const std::string& className) {
     return nullptr;
 }
 
-lab::VirtualPeripheralConfig LabCatalog::config(const LabDeviceSpec& spec, const LabClass& labClass) {
+lab::VirtualPeripheralConfig LabCatalog::config(const LabDeviceSpec& entry, const LabClass& labClass) {
     lab::VirtualPeripheralConfig config;
-    config.identifier = spec.identifier;
-    config.name = spec.name.value_or(labClass.defaultName);
+    config.identifier = entry.identifier;
+    config.name = entry.name.value_or(labClass.defaultName);
     config.localName = config.name;
-    config.rssi = spec.rssi;
+    config.rssi = entry.rssi;
     return config;
 }
 

@@ -43,7 +43,7 @@ public:
     static const std::vector<LabClass>& classes();
     static const LabClass* find(const std::string& className);
     /// The device's VirtualPeripheralConfig from its description.
-    static lab::VirtualPeripheralConfig config(const LabDeviceSpec& spec, const LabClass& labClass);
+    static lab::VirtualPeripheralConfig config(const LabDeviceSpec& entry, const LabClass& labClass);
 };
 
 /// Registration helpers, one per device family (each family's file defines its own).

@@ -14,8 +14,8 @@ namespace {
 
 /// A blood-pressure script: {"systolic", "diastolic", "pulse", "inflateTo", "deflateTo", "stepMs",
 /// "errorByte", "resultRepeats", "battery", "autoStartMs"}.
-lab::BloodPressureScript readBloodPressureScript(const LabDeviceSpec& spec) {
-    JsonReader script(spec.script, spec.where + ".script");
+lab::BloodPressureScript readBloodPressureScript(const LabDeviceSpec& entry) {
+    JsonReader script(entry.script, entry.where + ".script");
     script.rejectUnknown({"systolic", "diastolic", "pulse", "inflateTo", "deflateTo", "stepMs", "errorByte",
                           "resultRepeats", "battery", "autoStartMs"});
     lab::BloodPressureScript out;
@@ -50,10 +50,10 @@ LabClass bloodPressureClass(const char* className, const char* name) {
     c.className = className;
     c.kind = DeviceTypeHeart;
     c.defaultName = name;
-    c.make = [](const LabDeviceSpec& spec) -> std::shared_ptr<lab::VirtualPeripheral> {
-        auto device = std::make_shared<Monitor>(LabCatalog::config(spec, *LabCatalog::find(spec.className)));
-        device->setScript(readBloodPressureScript(spec));
-        device->setFaults(spec.faults);
+    c.make = [](const LabDeviceSpec& entry) -> std::shared_ptr<lab::VirtualPeripheral> {
+        auto device = std::make_shared<Monitor>(LabCatalog::config(entry, *LabCatalog::find(entry.className)));
+        device->setScript(readBloodPressureScript(entry));
+        device->setFaults(entry.faults);
         return device;
     };
     return c;
@@ -114,12 +114,12 @@ LabClass weightScaleClass() {
     c.className = "HalvoraSDKWeightScale";
     c.kind = DeviceTypeWeightScale;
     c.defaultName = "Chipsea-BLE";
-    c.make = [](const LabDeviceSpec& spec) -> std::shared_ptr<lab::VirtualPeripheral> {
-        JsonReader script(spec.script, spec.where + ".script");
-        auto config = LabCatalog::config(spec, *LabCatalog::find(spec.className));
+    c.make = [](const LabDeviceSpec& entry) -> std::shared_ptr<lab::VirtualPeripheral> {
+        JsonReader script(entry.script, entry.where + ".script");
+        auto config = LabCatalog::config(entry, *LabCatalog::find(entry.className));
         auto device = std::make_shared<lab::VirtualWeightScale>(config, script.boolean("impedanceSensor", true));
         device->setScript(readWeightScaleScript(script));
-        device->setFaults(spec.faults);
+        device->setFaults(entry.faults);
         return device;
     };
     c.defaultScript = {{"family", "two-part"}, {"weight", 72.4}, {"fat", 21.5}, {"water", 55.2}, {"muscle", 31.0},

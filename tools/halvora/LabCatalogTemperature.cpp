@@ -135,10 +135,10 @@ LabClass labClass(const char* className, DeviceKind kind, const char* name, Read
     c.kind = kind;
     c.defaultName = name;
     c.defaultScript = std::move(defaults);
-    c.make = [read](const LabDeviceSpec& spec) -> std::shared_ptr<lab::VirtualPeripheral> {
-        auto device = std::make_shared<Device>(LabCatalog::config(spec, *LabCatalog::find(spec.className)));
-        device->setScript(read(JsonReader(spec.script, spec.where + ".script")));
-        device->setFaults(spec.faults);
+    c.make = [read](const LabDeviceSpec& entry) -> std::shared_ptr<lab::VirtualPeripheral> {
+        auto device = std::make_shared<Device>(LabCatalog::config(entry, *LabCatalog::find(entry.className)));
+        device->setScript(read(JsonReader(entry.script, entry.where + ".script")));
+        device->setFaults(entry.faults);
         return device;
     };
     return c;

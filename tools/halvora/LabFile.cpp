@@ -58,21 +58,21 @@ lab::LabFaults readFaults(const JsonReader& faults) {
 LabDeviceSpec readDevice(const nlohmann::json& json, const std::string& where, std::size_t index) {
     JsonReader device(json, where);
     device.rejectUnknown({"class", "identifier", "name", "rssi", "script", "faults"});
-    LabDeviceSpec spec;
-    spec.where = where;
-    spec.className = device.text("class", "");
-    if (spec.className.empty()) device.fail("class", "missing: name the driver class the device plays");
-    if (!LabCatalog::find(spec.className)) device.fail("class", "no virtual device plays \"" + spec.className + "\"");
-    spec.identifier = device.text("identifier", defaultIdentifier(index));
-    if (spec.identifier.size() != 36 || !BLEUUID::parse(spec.identifier)) {
+    LabDeviceSpec entry;
+    entry.where = where;
+    entry.className = device.text("class", "");
+    if (entry.className.empty()) device.fail("class", "missing: name the driver class the device plays");
+    if (!LabCatalog::find(entry.className)) device.fail("class", "no virtual device plays \"" + entry.className + "\"");
+    entry.identifier = device.text("identifier", defaultIdentifier(index));
+    if (entry.identifier.size() != 36 || !BLEUUID::parse(entry.identifier)) {
         device.fail("identifier", "expected a UUID text like 6F1C2D3E-0000-4000-8000-000000000001");
     }
-    spec.name = device.optionalText("name");
-    spec.rssi = device.integer("rssi", -60);
-    if (spec.rssi > 20 || spec.rssi < -127) device.fail("rssi", "expected dBm from -127 to 20");
-    spec.script = device.object("script").json();
-    spec.faults = readFaults(device.object("faults"));
-    return spec;
+    entry.name = device.optionalText("name");
+    entry.rssi = device.integer("rssi", -60);
+    if (entry.rssi > 20 || entry.rssi < -127) device.fail("rssi", "expected dBm from -127 to 20");
+    entry.script = device.object("script").json();
+    entry.faults = readFaults(device.object("faults"));
+    return entry;
 }
 
 }  // namespace
@@ -119,13 +119,13 @@ LabDescription LabDescription::defaultLab() {
     LabDescription description;
     const auto& classes = LabCatalog::classes();
     for (std::size_t i = 0; i < classes.size(); ++i) {
-        LabDeviceSpec spec;
-        spec.className = classes[i].className;
-        spec.identifier = defaultIdentifier(i);
-        spec.rssi = -55 - static_cast<int>(i);
-        spec.script = classes[i].defaultScript;
-        spec.where = "default lab: " + spec.className;
-        description.devices.push_back(std::move(spec));
+        LabDeviceSpec entry;
+        entry.className = classes[i].className;
+        entry.identifier = defaultIdentifier(i);
+        entry.rssi = -55 - static_cast<int>(i);
+        entry.script = classes[i].defaultScript;
+        entry.where = "default lab: " + entry.className;
+        description.devices.push_back(std::move(entry));
     }
     return description;
 }

@@ -96,11 +96,11 @@ void Session::buildLab() {
         options_.labFile ? LabDescription::fromFile(*options_.labFile) : LabDescription::defaultLab();
     const std::uint64_t seed = options_.seed.value_or(description.seed.value_or(1));
     radio_ = std::make_shared<lab::Radio>(executor_, seed);
-    for (auto& spec : description.devices) {
+    for (auto& entry : description.devices) {
         LabDevice device;
-        device.labClass = LabCatalog::find(spec.className);
-        device.device = device.labClass->make(spec);
-        device.spec = std::move(spec);
+        device.labClass = LabCatalog::find(entry.className);
+        device.device = device.labClass->make(entry);
+        device.entry = std::move(entry);
         radio_->addPeripheral(device.device);
         labDevices_.push_back(std::move(device));
     }

@@ -29,7 +29,7 @@ struct GlobalOptions {
 
 /// A virtual device the session put in its lab.
 struct LabDevice {
-    LabDeviceSpec spec;
+    LabDeviceSpec entry;
     const LabClass* labClass = nullptr;
     std::shared_ptr<lab::VirtualPeripheral> device;
 };
