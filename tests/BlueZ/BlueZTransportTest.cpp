@@ -6,6 +6,7 @@
 
 #include "BlueZ/BlueZWorld.hpp"
 #include "BlueZ/BusClient.hpp"
+#include "BlueZ/LogRecorder.hpp"
 #include "BlueZ/PrivateBus.hpp"
 #include "BlueZ/TransportRecorder.hpp"
 #include "halvora/Runtime/ThreadedExecutor.hpp"
@@ -82,22 +83,13 @@ struct TransportWorld {
         return nullptr;
     }
 
-    std::size_t logLinesContaining(const std::string& text) const {
-        std::lock_guard lock(logMutex);
-        std::size_t n = 0;
-        for (const auto& line : logLines) n += line.find(text) != std::string::npos;
-        return n;
-    }
+    std::size_t logLinesContaining(const std::string& text) const { return logs.count(text); }
 
     test::PrivateBus bus;
     bool started = false;
     std::shared_ptr<ThreadedExecutor> executor = ThreadedExecutor::create();
-    mutable std::mutex logMutex;
-    std::vector<std::string> logLines;
-    std::shared_ptr<Log> log = std::make_shared<Log>([this](const std::string& line) {
-        std::lock_guard lock(logMutex);
-        logLines.push_back(line);
-    });
+    test::LogRecorder logs;
+    std::shared_ptr<Log> log = logs.log();
     std::shared_ptr<TransportRecorder> recorder = std::make_shared<TransportRecorder>();
     std::shared_ptr<BlueZTransport> transport;
     std::shared_ptr<Central> central;
@@ -157,7 +149,7 @@ TEST(BlueZTransport, WithoutBluetoothdOrAdapterBluetoothIsOffWithOneLogLine) {
             world.central.reset();
             world.transport.reset();
             world.recorder->clear();
-            world.logLines.clear();
+            world.logs.clear();
             world.bus.stopBus();
             world.start(test::testOptions(world.bus));
         }

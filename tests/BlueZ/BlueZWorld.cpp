@@ -27,10 +27,7 @@ BlueZWorld::BlueZWorld(const std::vector<std::string>& arguments, const std::str
     doubleArguments.insert(doubleArguments.begin(), {"--lab", labFile});
     doubleStarted = bus.startDouble(doubleArguments);
     executor = ThreadedExecutor::create();
-    log = std::make_shared<Log>([this](const std::string& line) {
-        std::lock_guard lock(logMutex_);
-        logLines_.push_back(line);
-    });
+    log = logs.log();
     transport = BlueZTransport::create(testOptions(bus), executor, log);
     preferences = std::make_shared<PreferenceUtils>(bus.folder().file("preferences"));
     manager = HalvoraSDKManager::create(ManagerEnvironment{executor, transport, preferences, log, "179"});
@@ -64,8 +61,7 @@ bool BlueZWorld::waitForEvent(const std::string& event, Duration limit) const {
 }
 
 std::vector<std::string> BlueZWorld::logLines() const {
-    std::lock_guard lock(logMutex_);
-    return logLines_;
+    return logs.lines();
 }
 
 bool BlueZWorld::logged(const std::string& text) const {

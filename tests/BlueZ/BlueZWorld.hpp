@@ -2,10 +2,10 @@
 
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "BlueZ/LogRecorder.hpp"
 #include "BlueZ/PrivateBus.hpp"
 #include "halvora/Core/PreferenceUtils.hpp"
 #include "halvora/Manager/HalvoraSDKManager.hpp"
@@ -40,16 +40,13 @@ public:
     std::string labFile;
     std::vector<std::string> doubleArguments;
     bool doubleStarted = false;
+    LogRecorder logs;
     std::shared_ptr<ThreadedExecutor> executor;
     std::shared_ptr<Log> log;
     std::shared_ptr<BlueZTransport> transport;
     std::shared_ptr<PreferenceUtils> preferences;
     std::shared_ptr<HalvoraSDKManager> manager;
     std::shared_ptr<RecordingApplication> app;
-
-private:
-    mutable std::mutex logMutex_;
-    std::vector<std::string> logLines_;
 };
 
 /// Transport options for tests: the private bus, quick reconnection.

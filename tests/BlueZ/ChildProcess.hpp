@@ -9,9 +9,9 @@
 
 namespace halvora::test {
 
-/// A program the test starts and ends: spawned with extra environment variables, its standard output
+/// A program the test starts and ends: started with extra environment variables, its standard output
 /// readable line by line, ended with SIGTERM (SIGKILL when it does not go) at the latest when the object
-/// goes.
+/// goes, and killed by the system if the test process dies first.
 class ChildProcess {
 public:
     ChildProcess(std::vector<std::string> arguments, std::map<std::string, std::string> environment);

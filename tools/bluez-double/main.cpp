@@ -25,11 +25,11 @@ std::vector<std::shared_ptr<lab::VirtualPeripheral>> labDevices(bluezdouble::Dou
         options.labFile ? cli::LabDescription::fromFile(*options.labFile) : cli::LabDescription::defaultLab();
     if (!options.seed) options.seed = description.seed.value_or(1);
     std::vector<std::shared_ptr<lab::VirtualPeripheral>> devices;
-    for (const auto& spec : description.devices) {
-        const auto* labClass = cli::LabCatalog::find(spec.className);
+    for (const auto& entry : description.devices) {
+        const auto* labClass = cli::LabCatalog::find(entry.className);
         if (labClass == nullptr)
-            throw cli::CliError(cli::ExitBadArguments, "no virtual device plays " + spec.className);
-        devices.push_back(labClass->make(spec));
+            throw cli::CliError(cli::ExitBadArguments, "no virtual device plays " + entry.className);
+        devices.push_back(labClass->make(entry));
     }
     return devices;
 }

@@ -41,6 +41,9 @@ class BlueZCentral;
 ///
 /// Every bus message (signal or reply) is handled in a task of the loop, in arrival order, never inside
 /// sd-bus's own dispatch. Members marked "loop" run on the loop thread only.
+///
+/// The transport alone owns the backend; centrals and peripherals hold it weakly, so that it is never
+/// destroyed on its own loop thread (which holds centrals and peripherals while it works).
 class Backend : public std::enable_shared_from_this<Backend> {
 public:
     /// An entry of the device directory that other threads read (retrieve by identifier or by services).
@@ -68,6 +71,7 @@ public:
     // ---- any thread
     const BlueZOptions& options() const { return options_; }
     Log& log() const { return *log_; }
+    const std::shared_ptr<Log>& logger() const { return log_; }
     void post(Task task);
     /// Registers a central; it receives its first state report as soon as the state is known.
     void attach(const std::shared_ptr<BlueZCentral>& central);

@@ -22,11 +22,14 @@ AdvertisementData advertisementOf(const ObjectMirror::Device& device) {
 
 BlueZCentral::BlueZCentral(std::shared_ptr<Backend> backend, std::weak_ptr<CentralDelegate> delegate,
                            std::shared_ptr<SerialQueue> queue, CentralOptions options)
-    : backend_(std::move(backend)),
+    : backend_(backend),
+      bus_(backend.get()),
+      log_(backend->logger()),
+      options_(backend->options()),
       queue_(std::move(queue)),
       restoreIdentifier_(std::move(options.restoreIdentifier)),
       delegate_(std::move(delegate)) {
-    if (!queue_) backend_->log().write("BlueZ: a central was made without a queue: its events go nowhere");
+    if (!queue_) log_->write("BlueZ: a central was made without a queue: its events go nowhere");
 }
 
 // The links this central made end with it, unless the system keeps them for a relaunch (restore identifier).
@@ -37,11 +40,18 @@ BlueZCentral::~BlueZCentral() {
             if (peripheral->state() != PeripheralState::Disconnected) linked.push_back(peripheral->path());
         }
     }
-    Backend* backend = backend_.get();
-    backend_->post([backend, linked] {
-        backend->disconnectQuietly(linked);
-        backend->updateDiscovery();
+    onBus([linked](Backend& backend) {
+        backend.disconnectQuietly(linked);
+        backend.updateDiscovery();
     });
+}
+
+void BlueZCentral::onBus(std::function<void(Backend& backend)> work) const {
+    auto backend = backend_.lock();
+    if (!backend) return;
+    Backend* bus = backend.get();
+    // The loop runs only while the backend exists: the raw pointer is safe inside its tasks.
+    backend->post([bus, work = std::move(work)] { work(*bus); });
 }
 
 CentralState BlueZCentral::state() const {
@@ -63,17 +73,17 @@ std::shared_ptr<CentralDelegate> BlueZCentral::delegate() const {
 
 void BlueZCentral::postEvent(EventKind kind, Task event) {
     if (!queue_) return;
-    const std::size_t cap = backend_->options().maxPendingEvents;
+    const std::size_t cap = options_.maxPendingEvents;
     const std::size_t pending = pendingEvents_.load();
     if (kind == EventKind::Advertisement && pending >= cap) {
         if (!droppingAdvertisements_.exchange(true)) {
-            backend_->log().write("BlueZ: the event queue is full; advertisements are dropped");
+            log_->write("BlueZ: the event queue is full; advertisements are dropped");
         }
         return;
     }
     if (kind == EventKind::Notification && pending >= 4 * cap) {
         if (!droppingNotifications_.exchange(true)) {
-            backend_->log().write("BlueZ: the event queue is full; notifications are dropped");
+            log_->write("BlueZ: the event queue is full; notifications are dropped");
         }
         return;
     }
@@ -87,7 +97,7 @@ void BlueZCentral::postEvent(EventKind kind, Task event) {
 
 void BlueZCentral::eventDone() {
     const std::size_t left = --pendingEvents_;
-    if (left <= backend_->options().maxPendingEvents / 2) {
+    if (left <= options_.maxPendingEvents / 2) {
         droppingAdvertisements_.store(false);
         droppingNotifications_.store(false);
     }
@@ -108,7 +118,7 @@ void BlueZCentral::scanForPeripheralsWithServices(const std::vector<BLEUUID>& se
     {
         std::lock_guard lock(mutex_);
         if (state_ != CentralState::PoweredOn) {
-            backend_->log().write("BlueZ: scan ignored: Bluetooth is not powered on");
+            log_->write("BlueZ: scan ignored: Bluetooth is not powered on");
             return;
         }
         scanning_ = true;
@@ -117,8 +127,7 @@ void BlueZCentral::scanForPeripheralsWithServices(const std::vector<BLEUUID>& se
         allowDuplicates_ = options.allowDuplicates;
         reportedThisScan_.clear();
     }
-    Backend* backend = backend_.get();
-    backend_->post([backend] { backend->requestDiscovery(); });
+    onBus([](Backend& backend) { backend.requestDiscovery(); });
 }
 
 void BlueZCentral::stopScan() {
@@ -129,8 +138,7 @@ void BlueZCentral::stopScan() {
         ++scanGeneration_;
         reportedThisScan_.clear();
     }
-    Backend* backend = backend_.get();
-    backend_->post([backend] { backend->updateDiscovery(); });
+    onBus([](Backend& backend) { backend.updateDiscovery(); });
 }
 
 bool BlueZCentral::isScanning() const {
@@ -163,7 +171,7 @@ void BlueZCentral::connectPeripheral(const std::shared_ptr<Peripheral>& peripher
     auto own = this->own(peripheral);
     if (!own) {
         if (!peripheral) {
-            backend_->log().write("BlueZ: connect request without a peripheral ignored");
+            log_->write("BlueZ: connect request without a peripheral ignored");
             return;
         }
         std::weak_ptr<BlueZCentral> weak = weak_from_this();
@@ -177,22 +185,30 @@ void BlueZCentral::connectPeripheral(const std::shared_ptr<Peripheral>& peripher
         });
         return;
     }
-    backend_->post([own] { own->requestConnect(); });
+    std::weak_ptr<BlueZPeripheral> weak = own;
+    onBus([weak](Backend&) {
+        if (auto peripheral = weak.lock()) peripheral->requestConnect();
+    });
 }
 
 void BlueZCentral::cancelPeripheralConnection(const std::shared_ptr<Peripheral>& peripheral) {
     auto own = this->own(peripheral);
     if (!own) {
-        backend_->log().write("BlueZ: cancel request for a peripheral of another central ignored");
+        log_->write("BlueZ: cancel request for a peripheral of another central ignored");
         return;
     }
-    backend_->post([own] { own->requestCancel(); });
+    std::weak_ptr<BlueZPeripheral> weak = own;
+    onBus([weak](Backend&) {
+        if (auto peripheral = weak.lock()) peripheral->requestCancel();
+    });
 }
 
 std::vector<std::shared_ptr<Peripheral>> BlueZCentral::retrievePeripheralsWithIdentifiers(
     const std::vector<std::string>& identifiers) {
     std::vector<std::shared_ptr<Peripheral>> found;
-    for (const auto& entry : backend_->devicesWithIdentifiers(identifiers)) {
+    auto backend = backend_.lock();
+    if (!backend) return found;
+    for (const auto& entry : backend->devicesWithIdentifiers(identifiers)) {
         std::shared_ptr<Peripheral> peripheral = peripheralFor(entry.identifier, entry.path, entry.name);
         if (peripheral && std::find(found.begin(), found.end(), peripheral) == found.end()) found.push_back(peripheral);
     }
@@ -202,7 +218,9 @@ std::vector<std::shared_ptr<Peripheral>> BlueZCentral::retrievePeripheralsWithId
 std::vector<std::shared_ptr<Peripheral>> BlueZCentral::retrieveConnectedPeripheralsWithServices(
     const std::vector<BLEUUID>& services) {
     std::vector<std::shared_ptr<Peripheral>> found;
-    for (const auto& entry : backend_->connectedDevicesWithServices(services)) {
+    auto backend = backend_.lock();
+    if (!backend) return found;
+    for (const auto& entry : backend->connectedDevicesWithServices(services)) {
         if (auto peripheral = peripheralFor(entry.identifier, entry.path, entry.name)) found.push_back(peripheral);
     }
     return found;
@@ -215,9 +233,9 @@ std::shared_ptr<BlueZPeripheral> BlueZCentral::peripheralFor(const std::string& 
     std::lock_guard lock(mutex_);
     auto it = peripherals_.find(identifier);
     if (it != peripherals_.end()) return it->second;
-    if (peripherals_.size() >= backend_->options().maxDevices) evictUnused();
-    if (peripherals_.size() >= backend_->options().maxDevices) return nullptr;
-    auto peripheral = std::make_shared<BlueZPeripheral>(weak_from_this(), backend_, identifier, path, name);
+    if (peripherals_.size() >= options_.maxDevices) evictUnused();
+    if (peripherals_.size() >= options_.maxDevices) return nullptr;
+    auto peripheral = std::make_shared<BlueZPeripheral>(weak_from_this(), backend_, bus_, identifier, path, name);
     peripherals_.emplace(identifier, peripheral);
     return peripheral;
 }
@@ -275,7 +293,7 @@ void BlueZCentral::powerChanged(CentralState state) {
 
 void BlueZCentral::advertised(const ObjectMirror::Device& device) {
     if (!device.rssi) return;
-    const std::string identifier = backend_->identifierOf(device);
+    const std::string identifier = bus_->identifierOf(device);
     std::uint64_t scan = 0;
     if (!scanAccepts(identifier, device.uuids, scan)) return;
     auto peripheral = peripheralFor(identifier, device.path, device.name);

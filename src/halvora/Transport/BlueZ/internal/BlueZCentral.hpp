@@ -56,7 +56,6 @@ public:
         const std::vector<BLEUUID>& services) override;
 
     // ---- used by peripherals (any thread)
-    const std::shared_ptr<Backend>& backend() const { return backend_; }
     /// Posts an event to the queue; advertisements and notifications beyond the cap are dropped.
     void postEvent(EventKind kind, Task event);
 
@@ -83,7 +82,13 @@ private:
     void postStateUpdate();
     void eventDone();
 
-    const std::shared_ptr<Backend> backend_;
+    /// Runs `work` on the bus thread, while the transport exists.
+    void onBus(std::function<void(Backend& backend)> work) const;
+
+    const std::weak_ptr<Backend> backend_;
+    Backend* const bus_;  // for members that run on the bus thread, where the backend is alive
+    const std::shared_ptr<Log> log_;
+    const BlueZOptions options_;
     const std::shared_ptr<SerialQueue> queue_;
     const std::optional<std::string> restoreIdentifier_;
 

@@ -38,10 +38,11 @@ std::map<std::string, sdbus::Variant> noOptions() {
 
 }  // namespace
 
-BlueZPeripheral::BlueZPeripheral(std::weak_ptr<BlueZCentral> central, std::shared_ptr<Backend> backend,
+BlueZPeripheral::BlueZPeripheral(std::weak_ptr<BlueZCentral> central, std::weak_ptr<Backend> backend, Backend* bus,
                                  std::string identifier, std::string path, std::optional<std::string> name)
     : central_(std::move(central)),
       backend_(std::move(backend)),
+      bus_(bus),
       identifier_(std::move(identifier)),
       path_(std::move(path)),
       name_(std::move(name)) {}
@@ -89,8 +90,10 @@ std::shared_ptr<BlueZPeripheral> BlueZPeripheral::self() {
 // ---------------------------------------------------------------- events
 
 void BlueZPeripheral::onBus(std::function<void(BlueZPeripheral& self)> work) {
+    auto backend = backend_.lock();
+    if (!backend) return;  // the transport is gone: nothing can be asked of BlueZ any more
     std::weak_ptr<BlueZPeripheral> weak = self();
-    backend_->post([weak, work = std::move(work)] {
+    backend->post([weak, work = std::move(work)] {
         if (auto peripheral = weak.lock()) work(*peripheral);
     });
 }
@@ -133,9 +136,8 @@ void BlueZPeripheral::requestConnect() {
         case PeripheralState::Disconnected:
             break;
     }
-    if (backend_->state() != CentralState::PoweredOn)
-        return failAttempt(BLEError{BLEErrorPoweredOff, "Bluetooth is off."});
-    const auto* device = backend_->mirror().device(path_);
+    if (bus_->state() != CentralState::PoweredOn) return failAttempt(BLEError{BLEErrorPoweredOff, "Bluetooth is off."});
+    const auto* device = bus_->mirror().device(path_);
     if (device == nullptr) {
         return failAttempt(BLEError{BLEErrorConnectionFailed, "BlueZ does not know the device (not seen in a scan)."});
     }
@@ -143,12 +145,12 @@ void BlueZPeripheral::requestConnect() {
     connectAnswered_ = false;
     setState(PeripheralState::Connecting);
     if (device->connected && device->servicesResolved) return becomeConnected();
-    backend_->noteConnectRequested(path_, true);
+    bus_->noteConnectRequested(path_, true);
     std::weak_ptr<BlueZPeripheral> weak = self();
-    backend_->call(path_, kDeviceInterface, "Connect", {}, backend_->options().deviceCallTimeout,
-                   [weak, attempt](const std::optional<DBusFailure>& failure) {
-                       if (auto peripheral = weak.lock()) peripheral->connectAnswered(attempt, failure);
-                   });
+    bus_->call(path_, kDeviceInterface, "Connect", {}, bus_->options().deviceCallTimeout,
+               [weak, attempt](const std::optional<DBusFailure>& failure) {
+                   if (auto peripheral = weak.lock()) peripheral->connectAnswered(attempt, failure);
+               });
 }
 
 void BlueZPeripheral::connectAnswered(std::uint64_t attempt, const std::optional<DBusFailure>& failure) {
@@ -158,12 +160,12 @@ void BlueZPeripheral::connectAnswered(std::uint64_t attempt, const std::optional
         return failAttempt(failure->toError(BLEErrorConnectionFailed));
     }
     connectAnswered_ = true;
-    linkChanged(backend_->mirror().device(path_));
+    linkChanged(bus_->mirror().device(path_));
 }
 
 void BlueZPeripheral::failAttempt(BLEError error) {
     setState(PeripheralState::Disconnected);
-    backend_->noteConnectRequested(path_, false);
+    bus_->noteConnectRequested(path_, false);
     postCentralEvent([error = std::move(error)](BlueZCentral& central, CentralDelegate& delegate, const auto& self) {
         delegate.centralManagerDidFailToConnectPeripheral(central, self, error);
     });
@@ -210,7 +212,7 @@ void BlueZPeripheral::linkDown(OptionalError error) {
     ++generation_;
     forgetGatt();
     setState(PeripheralState::Disconnected);
-    backend_->noteConnectRequested(path_, false);
+    bus_->noteConnectRequested(path_, false);
     postCentralEvent([error = std::move(error)](BlueZCentral& central, CentralDelegate& delegate, const auto& self) {
         delegate.centralManagerDidDisconnectPeripheral(central, self, error);
     });
@@ -231,7 +233,7 @@ void BlueZPeripheral::requestCancel() {
         case PeripheralState::Connecting:
             ++attempt_;
             setState(PeripheralState::Disconnected);
-            backend_->noteConnectRequested(path_, false);
+            bus_->noteConnectRequested(path_, false);
             postCentralEvent([](BlueZCentral& central, CentralDelegate& delegate, const auto& self) {
                 delegate.centralManagerDidDisconnectPeripheral(central, self, std::nullopt);
             });
@@ -245,15 +247,14 @@ void BlueZPeripheral::requestCancel() {
 
 void BlueZPeripheral::disconnectDevice(std::function<void(BlueZPeripheral&)> answered) {
     std::weak_ptr<BlueZPeripheral> weak = self();
-    Backend* backend = backend_.get();
+    Backend* backend = bus_;
     const std::string path = path_;
-    backend_->call(path_, kDeviceInterface, "Disconnect", {}, backend_->options().deviceCallTimeout,
-                   [weak, answered, backend, path](const std::optional<DBusFailure>& failure) {
-                       if (failure)
-                           backend->log().write("BlueZ: Disconnect of " + path + " failed: " + failure->text());
-                       auto peripheral = weak.lock();
-                       if (peripheral && answered) answered(*peripheral);
-                   });
+    bus_->call(path_, kDeviceInterface, "Disconnect", {}, bus_->options().deviceCallTimeout,
+               [weak, answered, backend, path](const std::optional<DBusFailure>& failure) {
+                   if (failure) backend->log().write("BlueZ: Disconnect of " + path + " failed: " + failure->text());
+                   auto peripheral = weak.lock();
+                   if (peripheral && answered) answered(*peripheral);
+               });
 }
 
 void BlueZPeripheral::powerOff() {
@@ -262,7 +263,7 @@ void BlueZPeripheral::powerOff() {
     ++generation_;
     forgetGatt();
     setState(PeripheralState::Disconnected);
-    backend_->noteConnectRequested(path_, false);
+    bus_->noteConnectRequested(path_, false);
 }
 
 // Services and characteristics found over a link are not valid over the next one; requests still waiting
@@ -315,7 +316,7 @@ void BlueZPeripheral::serveServiceDiscovery(const std::optional<std::vector<BLEU
             delegate.peripheralDidDiscoverServices(self, notConnectedError());
         });
     }
-    for (const auto& record : backend_->mirror().servicesOf(path_)) {
+    for (const auto& record : bus_->mirror().servicesOf(path_)) {
         if (!record.primary || servicesByPath_.count(record.path) != 0) continue;
         if (filter && !contains(*filter, record.uuid)) continue;
         auto service = std::make_shared<Service>(record.uuid, record.primary);
@@ -339,7 +340,7 @@ void BlueZPeripheral::serveCharacteristicDiscovery(const std::vector<BLEUUID>& f
     if (state() != PeripheralState::Connected) return answer(notConnectedError());
     const auto found = service ? servicePaths_.find(service.get()) : servicePaths_.end();
     if (found == servicePaths_.end()) return answer(unknownAttributeError());
-    for (const auto& record : backend_->mirror().characteristicsOf(found->second)) {
+    for (const auto& record : bus_->mirror().characteristicsOf(found->second)) {
         if (!filter.empty() && !contains(filter, record.uuid)) continue;
         if (channels_.count(record.path) != 0 || service->characteristic(record.uuid)) continue;
         auto characteristic = std::make_shared<Characteristic>(record.uuid, record.properties, service);
@@ -364,7 +365,7 @@ void BlueZPeripheral::submit(const std::shared_ptr<Characteristic>& characterist
     auto* channel = channelOf(characteristic);
     if (channel == nullptr) return answerRequest(characteristic, request.kind, unknownAttributeError());
     const bool write = request.kind == Kind::Write || request.kind == Kind::WriteWithoutResponse;
-    if (write && request.value.size() > backend_->options().maxValueSize) {
+    if (write && request.value.size() > bus_->options().maxValueSize) {
         return answerRequest(
             characteristic, request.kind,
             BLEError{BLEErrorInvalidParameters, "The value is longer than a characteristic can hold."});
@@ -393,11 +394,11 @@ void BlueZPeripheral::send(CharacteristicChannel& channel, const CharacteristicC
     auto handler = [weak, path, generation, kind, value](const std::optional<DBusFailure>& failure) {
         if (auto peripheral = weak.lock()) peripheral->answered(path, generation, kind, std::move(*value), failure);
     };
-    const Duration timeout = backend_->options().deviceCallTimeout;
+    const Duration timeout = bus_->options().deviceCallTimeout;
     switch (kind) {
         case Kind::Read:
             channel.readStarted();
-            backend_->call(
+            bus_->call(
                 path, kGattCharacteristicInterface, "ReadValue", [](sdbus::MethodCall& call) { call << noOptions(); },
                 timeout, handler, [value](sdbus::MethodReply& reply) { reply >> *value; });
             break;
@@ -406,7 +407,7 @@ void BlueZPeripheral::send(CharacteristicChannel& channel, const CharacteristicC
             // The type is always named: without it bluetoothd picks one from the characteristic's flags.
             const std::string type = kind == Kind::Write ? kWriteTypeRequest : kWriteTypeCommand;
             const std::vector<std::uint8_t> value = request.value;
-            backend_->call(
+            bus_->call(
                 path, kGattCharacteristicInterface, "WriteValue",
                 [value, type](sdbus::MethodCall& call) {
                     std::map<std::string, sdbus::Variant> options{{"type", sdbus::Variant(type)}};
@@ -421,7 +422,7 @@ void BlueZPeripheral::send(CharacteristicChannel& channel, const CharacteristicC
                 return answerRequest(channel.characteristic(), kind, std::nullopt);
             }
             channel.setNotifyRequested(true);
-            backend_->call(path, kGattCharacteristicInterface, "StartNotify", {}, timeout, handler);
+            bus_->call(path, kGattCharacteristicInterface, "StartNotify", {}, timeout, handler);
             break;
         case Kind::NotifyOff:
             if (!channel.isNotifying()) {
@@ -430,7 +431,7 @@ void BlueZPeripheral::send(CharacteristicChannel& channel, const CharacteristicC
                 return answerRequest(channel.characteristic(), kind, std::nullopt);
             }
             channel.setNotifyRequested(false);
-            backend_->call(path, kGattCharacteristicInterface, "StopNotify", {}, timeout, handler);
+            bus_->call(path, kGattCharacteristicInterface, "StopNotify", {}, timeout, handler);
             break;
     }
 }
@@ -445,11 +446,11 @@ void BlueZPeripheral::answered(const std::string& path, std::uint64_t generation
     OptionalError error;
     if (failure) {
         error = failure->toError(BLEErrorTransport);
-        if (failure->name == kErrorMalformedAnswer) backend_->log().write("BlueZ: " + path + ": " + failure->message);
+        if (failure->name == kErrorMalformedAnswer) bus_->log().write("BlueZ: " + path + ": " + failure->message);
     }
     switch (kind) {
         case Kind::Read: {
-            if (!error && value.size() > backend_->options().maxValueSize) {
+            if (!error && value.size() > bus_->options().maxValueSize) {
                 error = BLEError{BLEErrorTransport, "The value read is longer than a characteristic can hold."};
             }
             if (error) value.clear();
@@ -493,8 +494,8 @@ void BlueZPeripheral::answerRequest(const std::shared_ptr<Characteristic>& chara
             break;
         case Kind::WriteWithoutResponse:
             if (error) {
-                backend_->log().write("BlueZ: write without response to " + describe(characteristic) + " of " +
-                                      identifier_ + " dropped: " + error->description);
+                bus_->log().write("BlueZ: write without response to " + describe(characteristic) + " of " +
+                                  identifier_ + " dropped: " + error->description);
             }
             break;
         case Kind::NotifyOn:
@@ -529,7 +530,7 @@ void BlueZPeripheral::valueArrived(const std::string& characteristicPath, std::v
 }
 
 void BlueZPeripheral::gattChanged() {
-    const auto& mirror = backend_->mirror();
+    const auto& mirror = bus_->mirror();
     for (auto it = channels_.begin(); it != channels_.end();) {
         if (mirror.characteristic(it->first) != nullptr) {
             ++it;

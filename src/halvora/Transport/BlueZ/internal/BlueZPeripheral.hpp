@@ -37,8 +37,9 @@ class BlueZCentral;
 /// those marked "bus" run on the bus thread.
 class BlueZPeripheral : public Peripheral {
 public:
-    BlueZPeripheral(std::weak_ptr<BlueZCentral> central, std::shared_ptr<Backend> backend, std::string identifier,
-                    std::string path, std::optional<std::string> name);
+    /// `bus` is the backend itself, for the members that run on its bus thread (where it is alive).
+    BlueZPeripheral(std::weak_ptr<BlueZCentral> central, std::weak_ptr<Backend> backend, Backend* bus,
+                    std::string identifier, std::string path, std::optional<std::string> name);
 
     std::string identifier() const override { return identifier_; }
     std::optional<std::string> name() const override;
@@ -104,7 +105,8 @@ private:
     void deliverNotification(const std::shared_ptr<Characteristic>& characteristic, std::vector<std::uint8_t> value);
 
     const std::weak_ptr<BlueZCentral> central_;
-    const std::shared_ptr<Backend> backend_;
+    const std::weak_ptr<Backend> backend_;
+    Backend* const bus_;
     const std::string identifier_;
     const std::string path_;
 
