@@ -8,6 +8,7 @@ packages=(
   libgtest-dev libgmock-dev googletest libbenchmark-dev
   libcli11-dev nlohmann-json3-dev
   libsdbus-c++-dev libsystemd-dev dbus-daemon
+  doxygen
 )
 
 missing=()

@@ -3,7 +3,6 @@
 #include <cstdint>
 
 #include "CliError.hpp"
-#include "WeightScale.hpp"
 #include "Session.hpp"
 
 namespace halvora::cli {
@@ -19,18 +18,6 @@ int runScan(Session& session, double seconds);
 int runConnect(Session& session, DeviceKind kind, double timeout);
 /// Bluetooth's state and the status of every kind.
 int runStatus(Session& session);
-/// Connects a blood-pressure monitor, measures and prints the result.
-int runMeasureBloodPressure(Session& session, double timeout);
-/// Stores the user's body data, connects a weight scale and prints the live weights and the final figures.
-int runMeasureScale(Session& session, const ScaleUser& user, double timeout);
-/// Connects a thermometer and prints its first reading.
-int runMeasureThermometer(Session& session, double timeout);
-/// Connects the pulse oximeter and prints values and a running pleth trace for `seconds`.
-int runMeasureOximeter(Session& session, double seconds, double timeout);
-/// Connects the baby thermometer and prints its first reading.
-int runMeasureBabyThermometer(Session& session, double timeout);
-/// Connects a second-generation thermometer and sends it a command; prints the acknowledgement.
-int runThermometerCommand(Session& session, std::int32_t command, double timeout);
 /// Connects a kind and asks its battery level.
 int runBattery(Session& session, DeviceKind kind, double timeout);
 /// Every device class of the lab, end to end, then a summary table.

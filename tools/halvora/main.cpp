@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include "CliError.hpp"
+#include "CommandSet.hpp"
 #include "Commands.hpp"
 
 using namespace halvora;
@@ -44,36 +45,14 @@ int main(int argc, char** argv) {
     connect->add_option("KIND", connectKind, "device kind, 0 to 10")->required()->check(CLI::Range(0, 10));
     connect->add_option("--timeout", timeout, "seconds (default 30)")->check(CLI::NonNegativeNumber);
     auto* status = app.add_subcommand("status", "Bluetooth's state and the status of every kind");
-    auto* measure = app.add_subcommand("measure", "measure with a device");
-    measure->require_subcommand(1);
-    measure->fallthrough();
-    auto* measureBp = measure->add_subcommand("bp", "blood pressure: connect kind 0, measure, print the result");
-    measureBp->add_option("--timeout", timeout, "seconds to find the monitor (default 30)")->check(CLI::NonNegativeNumber);
-    ScaleUser scaleUser;
-    auto* measureScale = measure->add_subcommand("scale", "weight and body composition: connect kind 4, weigh");
-    measureScale->add_option("--height", scaleUser.height, "centimetres")->check(CLI::Range(0, 300));
-    measureScale->add_option("--age", scaleUser.age, "years")->check(CLI::Range(0, 150));
-    measureScale->add_option("--gender", scaleUser.gender, "male or female")->check(CLI::IsMember({"male", "female"}));
-    measureScale->add_option("--unit", scaleUser.unit, "kg or lb")->check(CLI::IsMember({"kg", "lb"}));
-    measureScale->add_option("--timeout", timeout, "seconds to find the scale (default 30)")->check(CLI::NonNegativeNumber);
-    auto* measureThermometer = measure->add_subcommand("thermometer", "temperature: connect kind 3, print a reading");
-    measureThermometer->add_option("--timeout", timeout, "seconds (default 30)")->check(CLI::NonNegativeNumber);
-    double oximeterSeconds = 5;
-    auto* measureOximeter = measure->add_subcommand("oximeter", "SpO2, pulse and the pleth wave: connect kind 2");
-    measureOximeter->add_option("--seconds", oximeterSeconds, "how long to watch (default 5)")->check(CLI::PositiveNumber);
-    measureOximeter->add_option("--timeout", timeout, "seconds (default 30)")->check(CLI::NonNegativeNumber);
-    auto* measureBaby = measure->add_subcommand("baby-thermometer", "body and ambient temperature: connect kind 7");
-    measureBaby->add_option("--timeout", timeout, "seconds (default 30)")->check(CLI::NonNegativeNumber);
-    std::int32_t thermometerCommand = 0;
-    auto* thermometerCommandCmd =
-        app.add_subcommand("thermometer-command", "send a command to a second-generation thermometer");
-    thermometerCommandCmd->add_option("N", thermometerCommand, "command number, 0 to 255")->required()->check(CLI::Range(0, 255));
-    thermometerCommandCmd->add_option("--timeout", timeout, "seconds (default 30)")->check(CLI::NonNegativeNumber);
     DeviceKind batteryKind = 0;
     auto* battery = app.add_subcommand("battery", "connect a kind and ask its battery level");
     battery->add_option("KIND", batteryKind, "device kind, 0 to 10")->required()->check(CLI::Range(0, 10));
     battery->add_option("--timeout", timeout, "seconds (default 30)")->check(CLI::NonNegativeNumber);
     auto* demo = app.add_subcommand("demo", "every device class of the lab, end to end");
+
+    CommandSet commands;
+    addMeasurementCommands(app, commands);
 
     try {
         app.parse(argc, argv);
@@ -95,14 +74,9 @@ int main(int argc, char** argv) {
         if (scan->parsed()) return runScan(session, scanSeconds);
         if (connect->parsed()) return runConnect(session, connectKind, timeout);
         if (status->parsed()) return runStatus(session);
-        if (measureBp->parsed()) return runMeasureBloodPressure(session, timeout);
-        if (measureScale->parsed()) return runMeasureScale(session, scaleUser, timeout);
-        if (measureThermometer->parsed()) return runMeasureThermometer(session, timeout);
-        if (measureOximeter->parsed()) return runMeasureOximeter(session, oximeterSeconds, timeout);
-        if (measureBaby->parsed()) return runMeasureBabyThermometer(session, timeout);
-        if (thermometerCommandCmd->parsed()) return runThermometerCommand(session, thermometerCommand, timeout);
         if (battery->parsed()) return runBattery(session, batteryKind, timeout);
         if (demo->parsed()) return runDemo(session);
+        if (const auto* run = commands.parsed()) return (*run)(session);
         return fail(ExitBadArguments, "no command given");
     } catch (const CliError& error) {
         return fail(error.code(), error.what());

@@ -2,27 +2,28 @@
 
 #include <memory>
 
+#include "halvora/Core/ApplicationDelegates.hpp"
 #include "halvora/Core/Log.hpp"
 #include "halvora/Runtime/Executor.hpp"
 #include "halvora/Runtime/SerialQueue.hpp"
 
 namespace halvora {
 
-class HalvoraSDKManager;
 class PreferenceUtils;
 
 /// What a driver needs from the world around it, handed over by the manager that creates it: the executor
 /// (clock, timers, queues), the callback queue on which its peripheral's events arrive ("halvora.cb"), the
-/// log, the preferences store and the manager itself (through which drivers reach the application's
-/// delegates at the moment of delivery). Every member may be empty in a bare driver made for a test; the
-/// accessors fall back to the process-wide log and preferences.
+/// log, the preferences store and the application's delegates (the manager, through which a driver reaches
+/// the delegate of its kind at the moment of delivery). Every member may be empty in a bare driver made for a
+/// test; the accessors fall back to the process-wide log and preferences.
 struct DriverContext {
     std::shared_ptr<Executor> executor;
     std::shared_ptr<SerialQueue> callbackQueue;
     std::shared_ptr<Log> log;
     std::shared_ptr<PreferenceUtils> preferences;
-    std::weak_ptr<HalvoraSDKManager> manager;
+    std::weak_ptr<ApplicationDelegates> delegates;
 
+    /// The log lines go to: the context's log, else the process-wide one.
     Log& logger() const { return log ? *log : Log::shared(); }
 };
 

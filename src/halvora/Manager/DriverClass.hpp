@@ -15,7 +15,9 @@ namespace halvora {
 
 /// One row of the recognition table: a driver class, the kind it serves, its recogniser and its factory.
 struct DriverClass {
+    /// The driver class's name, as its className() gives it.
     std::string className;
+    /// The device kind the class serves.
     DeviceKind kind = DeviceTypeNone;
     /// The names (or name fragments) it recognises, for tools and documentation.
     std::vector<std::string> names;

@@ -203,7 +203,7 @@ DriverContext HalvoraSDKManager::driverContext() {
     context.callbackQueue = bleQueue_;
     context.log = environment_.log;
     context.preferences = environment_.preferences;
-    context.manager = weak_from_this();
+    context.delegates = weak_from_this();
     return context;
 }
 

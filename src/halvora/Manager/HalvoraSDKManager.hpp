@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "halvora/Core/ApplicationDelegates.hpp"
 #include "halvora/Core/BLEDevice.hpp"
 #include "halvora/Core/BLEDeviceDelegate.hpp"
 #include "halvora/Core/ConnectionStatus.hpp"
@@ -42,6 +43,7 @@ class PreferenceUtils;
 /// weakly: the application owns them.
 class HalvoraSDKManager : public CentralDelegate,
                           public BLEDeviceDelegate,
+                          public ApplicationDelegates,
                           public std::enable_shared_from_this<HalvoraSDKManager> {
 public:
     /// The interval of the detection timers.
@@ -98,21 +100,21 @@ public:
     bool sendThermometerCommand(std::int32_t command);
 
     // ------------------------------------------------------------ delegates (held weakly)
-    std::shared_ptr<HalvoraSDKManagerDelegate> delegate() const;
+    std::shared_ptr<HalvoraSDKManagerDelegate> delegate() const override;
     void setDelegate(std::weak_ptr<HalvoraSDKManagerDelegate> delegate);
-    std::shared_ptr<HalvoraDeviceDelegate> deviceDelegate() const;
+    std::shared_ptr<HalvoraDeviceDelegate> deviceDelegate() const override;
     void setDeviceDelegate(std::weak_ptr<HalvoraDeviceDelegate> delegate);
-    std::shared_ptr<HalvoraHeartDelegate> heartDelegate() const;
+    std::shared_ptr<HalvoraHeartDelegate> heartDelegate() const override;
     void setHeartDelegate(std::weak_ptr<HalvoraHeartDelegate> delegate);
     std::shared_ptr<HalvoraSDKDevicesScanDelegate> devicesScanDelegate() const;
     void setDevicesScanDelegate(std::weak_ptr<HalvoraSDKDevicesScanDelegate> delegate);
-    std::shared_ptr<HalvoraOximeterDelegate> oximeterDelegate() const;
+    std::shared_ptr<HalvoraOximeterDelegate> oximeterDelegate() const override;
     void setOximeterDelegate(std::weak_ptr<HalvoraOximeterDelegate> delegate);
-    std::shared_ptr<HalvoraThermometerDelegate> thermometerDelegate() const;
+    std::shared_ptr<HalvoraThermometerDelegate> thermometerDelegate() const override;
     void setThermometerDelegate(std::weak_ptr<HalvoraThermometerDelegate> delegate);
-    std::shared_ptr<HalvoraBabyThermometerDelegate> babyThermometerDelegate() const;
+    std::shared_ptr<HalvoraBabyThermometerDelegate> babyThermometerDelegate() const override;
     void setBabyThermometerDelegate(std::weak_ptr<HalvoraBabyThermometerDelegate> delegate);
-    std::shared_ptr<HalvoraWeightScaleDelegate> weightscaleDelegate() const;
+    std::shared_ptr<HalvoraWeightScaleDelegate> weightscaleDelegate() const override;
     void setWeightscaleDelegate(std::weak_ptr<HalvoraWeightScaleDelegate> delegate);
 
     // ------------------------------------------------------------ inspection

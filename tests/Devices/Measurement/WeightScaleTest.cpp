@@ -57,7 +57,7 @@ struct Scale {
         context.executor = executor;
         context.log = log;
         context.preferences = preferences;
-        context.manager = manager;
+        context.delegates = manager;
         driver = std::make_shared<HalvoraSDKWeightScale>(context);
         if (withReports) {
             driver->setPeripheral(peripheral, reports);

@@ -4,7 +4,6 @@
 
 #include "halvora/Core/internal/Utf8.hpp"
 #include "halvora/Devices/Measurement/internal/BabyThermometerTables.hpp"
-#include "halvora/Manager/HalvoraSDKManager.hpp"
 
 namespace halvora {
 
@@ -156,7 +155,7 @@ void HalvoraSDKBabyThermometer::parseFrame(std::span<const std::uint8_t> frame) 
 }
 
 std::shared_ptr<HalvoraBabyThermometerDelegate> HalvoraSDKBabyThermometer::applicationDelegate() const {
-    if (auto manager = context().manager.lock()) return manager->babyThermometerDelegate();
+    if (auto delegates = context().delegates.lock()) return delegates->babyThermometerDelegate();
     return nullptr;
 }
 

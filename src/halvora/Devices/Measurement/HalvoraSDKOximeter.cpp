@@ -1,6 +1,5 @@
 #include "halvora/Devices/Measurement/HalvoraSDKOximeter.hpp"
 
-#include "halvora/Manager/HalvoraSDKManager.hpp"
 
 namespace halvora {
 
@@ -76,7 +75,7 @@ void HalvoraSDKOximeter::parseFrame(std::span<const std::uint8_t> frame) {
 }
 
 std::shared_ptr<HalvoraOximeterDelegate> HalvoraSDKOximeter::applicationDelegate() const {
-    if (auto manager = context().manager.lock()) return manager->oximeterDelegate();
+    if (auto delegates = context().delegates.lock()) return delegates->oximeterDelegate();
     return nullptr;
 }
 

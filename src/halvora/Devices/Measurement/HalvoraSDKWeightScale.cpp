@@ -2,7 +2,6 @@
 
 #include "halvora/Core/PreferenceUtils.hpp"
 #include "halvora/Devices/Measurement/internal/WeightScaleFrames.hpp"
-#include "halvora/Manager/HalvoraSDKManager.hpp"
 
 namespace halvora {
 
@@ -147,7 +146,7 @@ BodyComposition HalvoraSDKWeightScale::bodyComposition() const {
 }
 
 std::shared_ptr<HalvoraWeightScaleDelegate> HalvoraSDKWeightScale::applicationDelegate() const {
-    if (auto manager = context().manager.lock()) return manager->weightscaleDelegate();
+    if (auto delegates = context().delegates.lock()) return delegates->weightscaleDelegate();
     return nullptr;
 }
 

@@ -1,6 +1,6 @@
 #include "halvora/Devices/Measurement/Thermometer.hpp"
 
-#include "halvora/Manager/HalvoraSDKManager.hpp"
+#include "halvora/Manager/HalvoraDeviceDelegate.hpp"
 
 namespace halvora {
 
@@ -16,13 +16,13 @@ void Thermometer::characteristicsReady() {
 }
 
 std::shared_ptr<HalvoraThermometerDelegate> Thermometer::applicationDelegate() const {
-    if (auto manager = context().manager.lock()) return manager->thermometerDelegate();
+    if (auto delegates = context().delegates.lock()) return delegates->thermometerDelegate();
     return nullptr;
 }
 
 bool Thermometer::hasDeviceDelegate() const {
-    auto manager = context().manager.lock();
-    return manager && manager->deviceDelegate() != nullptr;
+    auto delegates = context().delegates.lock();
+    return delegates && delegates->deviceDelegate() != nullptr;
 }
 
 bool Thermometer::deliverReading(const HalvoraSDKThermometerData& reading) const {

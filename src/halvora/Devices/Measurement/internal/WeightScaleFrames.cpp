@@ -1,5 +1,7 @@
 #include "halvora/Devices/Measurement/internal/WeightScaleFrames.hpp"
 
+#include <algorithm>
+
 namespace halvora {
 
 namespace {
@@ -81,8 +83,10 @@ double tenths(std::uint32_t raw) {
 std::vector<std::uint8_t> WeightScaleFrames::userParameterFrame(const std::optional<std::string>& unit,
                                                                 std::int32_t sex, std::int32_t age,
                                                                 std::int32_t height) {
-    std::vector<std::uint8_t> frame(std::begin(kParameterHeader), std::end(kParameterHeader));
-    frame.resize(kUserParameterFrameLength, 0);
+    // The frame is made at its full length and the header copied in: growing a copy of the header with
+    // resize() trips GCC 12's -Warray-bounds at -O3 (a false positive in the reallocation path).
+    std::vector<std::uint8_t> frame(kUserParameterFrameLength, 0);
+    std::copy(std::begin(kParameterHeader), std::end(kParameterHeader), frame.begin());
     frame[kSexOffset] = sex == 0 ? kMale : kFemale;
     frame[kAgeOffset] = static_cast<std::uint8_t>(age & 0xFF);
     frame[kHeightOffset] = static_cast<std::uint8_t>(height & 0xFF);

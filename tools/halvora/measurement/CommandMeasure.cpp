@@ -1,6 +1,7 @@
 #include "BloodPressure.hpp"
 #include "CliError.hpp"
 #include "Commands.hpp"
+#include "MeasurementCommands.hpp"
 #include "RecordJson.hpp"
 #include "halvora/Core/Format.hpp"
 
@@ -28,18 +29,6 @@ int runMeasureScale(Session& session, const ScaleUser& user, double timeout) {
     const HalvoraSDKWeightScaleData result = measureWeight(session, 120.0, true);
     printWeightResult(session, result);
     disconnectAndSettle(session, DeviceTypeWeightScale);
-    return ExitOk;
-}
-
-int runBattery(Session& session, DeviceKind kind, double timeout) {
-    connectAndWait(session, kind, timeout);
-    session.manager().checkBatteryLevel(kind);
-    const bool answered = session.waitUntil([&] { return session.app().battery(kind).has_value(); }, seconds(5));
-    disconnectAndSettle(session, kind);
-    if (!answered) throw CliError(ExitDeviceError, "the " + kindName(kind) + " did not report a battery level");
-    const int level = *session.app().battery(kind);
-    session.printer().event({{"event", "battery"}, {"kind", kind}, {"level", level}},
-                            format("battery: %d %%", level));
     return ExitOk;
 }
 

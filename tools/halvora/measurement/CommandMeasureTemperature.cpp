@@ -1,5 +1,6 @@
 #include "CliError.hpp"
 #include "Commands.hpp"
+#include "MeasurementCommands.hpp"
 #include "Temperatures.hpp"
 #include "halvora/Core/Format.hpp"
 

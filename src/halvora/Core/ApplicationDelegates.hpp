@@ -1,0 +1,41 @@
+#pragma once
+
+#include <memory>
+
+namespace halvora {
+
+class HalvoraSDKManagerDelegate;
+class HalvoraDeviceDelegate;
+class HalvoraHeartDelegate;
+class HalvoraOximeterDelegate;
+class HalvoraThermometerDelegate;
+class HalvoraBabyThermometerDelegate;
+class HalvoraWeightScaleDelegate;
+class HalvoraBraceletDelegate;
+
+/// Where a driver finds the application's delegate of its kind at the moment of delivery. The manager
+/// implements it (every getter answers the delegate the application set, or nothing); a test can hand a
+/// driver a stand-in that overrides only the getters it needs. Every getter may be called from any thread.
+class ApplicationDelegates {
+public:
+    virtual ~ApplicationDelegates() = default;
+
+    /// The general delegate (connection status of the blood-pressure monitor, battery levels).
+    virtual std::shared_ptr<HalvoraSDKManagerDelegate> delegate() const { return nullptr; }
+    /// The connection-status delegate of every kind.
+    virtual std::shared_ptr<HalvoraDeviceDelegate> deviceDelegate() const { return nullptr; }
+    /// The blood-pressure monitors' delegate.
+    virtual std::shared_ptr<HalvoraHeartDelegate> heartDelegate() const { return nullptr; }
+    /// The pulse oximeter's delegate.
+    virtual std::shared_ptr<HalvoraOximeterDelegate> oximeterDelegate() const { return nullptr; }
+    /// The thermometers' delegate.
+    virtual std::shared_ptr<HalvoraThermometerDelegate> thermometerDelegate() const { return nullptr; }
+    /// The baby thermometer's delegate.
+    virtual std::shared_ptr<HalvoraBabyThermometerDelegate> babyThermometerDelegate() const { return nullptr; }
+    /// The weight scale's delegate.
+    virtual std::shared_ptr<HalvoraWeightScaleDelegate> weightscaleDelegate() const { return nullptr; }
+    /// The text-command bracelet's delegate.
+    virtual std::shared_ptr<HalvoraBraceletDelegate> braceletDelegate() const { return nullptr; }
+};
+
+}  // namespace halvora
