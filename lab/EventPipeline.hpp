@@ -15,9 +15,12 @@ namespace halvora::lab {
 /// on one radio link do. Each event runs as one task of the queue. Thread-safe.
 class EventPipeline : public std::enable_shared_from_this<EventPipeline> {
 public:
+    /// A pipeline that runs its events on `queue`, timed by `executor`'s clock.
     EventPipeline(std::shared_ptr<Executor> executor, std::shared_ptr<SerialQueue> queue);
 
+    /// Queues `event` to run `delay` from now, but never before the events posted ahead of it.
     void post(Duration delay, Task event);
+    /// The queue the events run on.
     const std::shared_ptr<SerialQueue>& queue() const { return queue_; }
 
 private:

@@ -20,9 +20,12 @@ class VirtualPeripheral;
 /// central switched notifications on for is kept per link: a new connection starts with none.
 class LabLink {
 public:
+    /// A new link between `device` and the central-side `peripheral`, held by the central with
+    /// `restoreIdentifier` (if any). No characteristic notifies yet.
     LabLink(std::weak_ptr<VirtualPeripheral> device, std::weak_ptr<SimulatedPeripheral> peripheral,
             std::optional<std::string> restoreIdentifier);
 
+    /// The virtual device at this end (empty once it is gone).
     std::shared_ptr<VirtualPeripheral> device() const;
     /// The central-side peripheral at the other end (empty once nothing holds it).
     std::shared_ptr<SimulatedPeripheral> peripheral() const;
@@ -34,11 +37,14 @@ public:
     /// Hands the link to another central's peripheral (state restoration, system-held links).
     void rebind(std::weak_ptr<SimulatedPeripheral> peripheral, std::optional<std::string> restoreIdentifier);
 
+    /// True when the central switched notifications on for `characteristic` over this link.
     bool isNotifying(const BLEUUID& characteristic) const;
+    /// Records the central switching notifications on or off for `characteristic`.
     void setNotifying(const BLEUUID& characteristic, bool enabled);
 
     /// The timer that ends the link by itself (LabFaults::disconnectAfter); cancelled when the link ends.
     void setEndTimer(std::shared_ptr<TimerHandle> timer);
+    /// Invalidates the end timer, if any; harmless when there is none.
     void cancelEndTimer();
 
 private:

@@ -19,6 +19,7 @@ class RestorationStore;
 /// links of any other central end with it.
 class LabTransport : public Transport {
 public:
+    /// A transport whose centrals hear the devices on `radio`, with an empty restoration memory.
     explicit LabTransport(std::shared_ptr<Radio> radio);
 
     std::string name() const override { return "lab"; }
@@ -27,6 +28,7 @@ public:
                                          CentralOptions options) override;
     void makePeripheralManager(const std::string& restoreIdentifier) override;
 
+    /// The radio the centrals listen on.
     const std::shared_ptr<Radio>& radio() const { return radio_; }
     /// The restore identifiers of the peripheral managers made so far, in order.
     std::vector<std::string> peripheralManagerIdentifiers() const;

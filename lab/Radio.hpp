@@ -27,17 +27,22 @@ class VirtualPeripheral;
 /// All members are safe to call from any thread unless they say otherwise.
 class Radio : public std::enable_shared_from_this<Radio> {
 public:
+    /// Connect latency of a new radio.
     static constexpr Duration kDefaultConnectLatency = std::chrono::milliseconds(30);
+    /// GATT latency of a new radio.
     static constexpr Duration kDefaultGattLatency = std::chrono::milliseconds(5);
 
+    /// A powered-on radio with no devices, timed by `executor`, its random faults drawn from `seed`.
     explicit Radio(std::shared_ptr<Executor> executor, std::uint64_t seed = 1);
     ~Radio();
     Radio(const Radio&) = delete;
     Radio& operator=(const Radio&) = delete;
 
+    /// The executor that drives the radio and every device on it.
     const std::shared_ptr<Executor>& executor() const { return executor_; }
     /// The serial queue on which all device-side code runs.
     const std::shared_ptr<SerialQueue>& labQueue() const { return labQueue_; }
+    /// The executor's current time.
     MonotonicTime now() const { return executor_->now(); }
 
     /// The seeded generator. Lab queue only (every device hook runs there).
@@ -52,6 +57,7 @@ public:
     /// Takes a device out of range: its link drops (the central sees a disconnection with an error) and it
     /// stops advertising.
     void removePeripheral(const std::string& identifier);
+    /// The devices in range, in the order they were added.
     std::vector<std::shared_ptr<VirtualPeripheral>> peripherals() const;
     /// The device with this identifier (letter case ignored), or null.
     std::shared_ptr<VirtualPeripheral> peripheral(const std::string& identifier) const;
@@ -62,18 +68,23 @@ public:
     /// as CoreBluetooth does. While off, connection attempts fail with BLEErrorPoweredOff and scans are
     /// ignored. Powering on again reports PoweredOn; nothing reconnects by itself.
     void setPoweredOn(bool poweredOn);
+    /// True while the host's Bluetooth is on (the default).
     bool isPoweredOn() const { return poweredOn_.load(); }
 
     // ---- timing
     /// From a connect request to the device's answer.
     void setConnectLatency(Duration latency);
+    /// The current connect latency (30 ms unless set).
     Duration connectLatency() const;
     /// From a GATT request (discovery, read, write, notification switch, cancel) to the device handling it.
     void setGattLatency(Duration latency);
+    /// The current GATT latency (5 ms unless set).
     Duration gattLatency() const;
 
     // ---- used by the lab's central and devices
+    /// Lets `central` hear advertisements and power changes; held weakly, so a central that is gone drops out.
     void attachCentral(const std::shared_ptr<SimulatedCentral>& central);
+    /// The centrals attached and still alive, in attachment order.
     std::vector<std::shared_ptr<SimulatedCentral>> centrals() const;
     /// Runs `work` on the lab queue after `delay`.
     void runOnLab(Duration delay, Task work);

@@ -36,6 +36,9 @@ class VirtualPeripheral;
 /// call from any thread; all events of the central and its peripherals arrive in order on its queue.
 class SimulatedCentral : public Central, public std::enable_shared_from_this<SimulatedCentral> {
 public:
+    /// A central on `radio` whose events go to `delegate` on `queue` (the executor's main queue when null).
+    /// `restoration` is the system's memory for restore identifiers (a private one when null). The first state
+    /// report follows on its own.
     static std::shared_ptr<SimulatedCentral> create(const std::shared_ptr<Radio>& radio,
                                                     std::weak_ptr<CentralDelegate> delegate,
                                                     std::shared_ptr<SerialQueue> queue, CentralOptions options,
@@ -47,6 +50,7 @@ public:
     CentralState state() const override;
     void setDelegate(std::weak_ptr<CentralDelegate> delegate) override;
     std::optional<std::string> restoreIdentifier() const override { return restoreIdentifier_; }
+    /// The receiver of the central's events; nothing when none is set or it is gone.
     std::shared_ptr<CentralDelegate> delegate() const;
 
     void scanForPeripheralsWithServices(const std::vector<BLEUUID>& services, ScanOptions options) override;
@@ -62,7 +66,9 @@ public:
         const std::vector<BLEUUID>& services) override;
 
     // ---- used by the lab
+    /// The radio the central listens on.
     const std::shared_ptr<Radio>& radio() const { return radio_; }
+    /// The queue the central's (and its peripherals') events arrive on.
     const std::shared_ptr<SerialQueue>& queue() const { return pipeline_->queue(); }
     /// Posts an event to the central's queue, in order with every other event of this central.
     void postEvent(Duration delay, Task event);

@@ -28,6 +28,8 @@ class VirtualPeripheral;
 /// to call from any thread.
 class SimulatedPeripheral : public Peripheral {
 public:
+    /// The view of device `identifier` (named `name`, if it has one) from `central`; disconnected, no services.
+    /// Made by the central (peripheralFor()), one per device.
     SimulatedPeripheral(std::weak_ptr<SimulatedCentral> central, std::shared_ptr<Radio> radio, std::string identifier,
                         std::optional<std::string> name);
 
@@ -47,6 +49,7 @@ public:
     void readValue(const std::shared_ptr<Characteristic>& characteristic) override;
 
     // ---- used by the lab's central, radio and devices
+    /// The central this peripheral belongs to; nothing once it is gone.
     std::shared_ptr<SimulatedCentral> central() const { return central_.lock(); }
     /// Connect request from the central: starts an attempt, or confirms a link already up.
     void requestConnect();
@@ -55,6 +58,9 @@ public:
     /// Link events, lab queue only. Each returns whether it applied (the link or attempt was current).
     /// linkUp() only changes the state; the did-connect event follows once the device has been told.
     bool linkUp(std::uint64_t attempt, const std::shared_ptr<LabLink>& link);
+    /// The link ended: the peripheral becomes disconnected (an attempt made meanwhile goes on) and forgets its
+    /// services. With `sendEvent` the central's delegate hears did-disconnect with `reason` after `delay`.
+    /// Lab queue only; returns false for a link that is not the current one.
     bool linkDown(const std::shared_ptr<LabLink>& link, OptionalError reason, bool sendEvent, Duration delay);
     /// Takes over a link held for another central (state restoration); no event.
     void adoptLink(const std::shared_ptr<LabLink>& link);

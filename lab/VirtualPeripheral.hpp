@@ -41,6 +41,8 @@ class SimulatedPeripheral;
 /// Radio::addPeripheral().
 class VirtualPeripheral : public std::enable_shared_from_this<VirtualPeripheral> {
 public:
+    /// A device with this identity and advertising (the identifier upper-cased), no GATT table, no faults and
+    /// no radio yet.
     explicit VirtualPeripheral(VirtualPeripheralConfig config);
     virtual ~VirtualPeripheral();
     VirtualPeripheral(const VirtualPeripheral&) = delete;
@@ -49,23 +51,35 @@ public:
     // ---- identity and advertising
     /// Upper-case identifier text.
     const std::string& identifier() const { return config_.identifier; }
+    /// The GAP name centrals report; absent when the device has none.
     const std::optional<std::string>& name() const { return config_.name; }
+    /// The local name its advertisements carry; absent when they carry none.
     const std::optional<std::string>& localName() const { return config_.localName; }
+    /// The configuration it was made with (identifier upper-cased).
     const VirtualPeripheralConfig& config() const { return config_; }
+    /// The advertised signal strength, dBm, before jitter.
     int rssi() const;
+    /// Changes the advertised signal strength, dBm, from the next advertisement on (moving the device closer
+    /// or farther).
     void setRssi(int rssi);
     /// What one advertisement carries.
     AdvertisementData advertisementData() const;
 
     // ---- GATT table
+    /// Declares a service (GattTable::addService()).
     void addService(const BLEUUID& service);
+    /// Declares a characteristic with its CharacteristicProperty bits (GattTable::addCharacteristic()).
     void addCharacteristic(const BLEUUID& service, const BLEUUID& characteristic, std::uint8_t properties);
+    /// A copy of the declared services and characteristics.
     GattTable gattTable() const;
     /// The value the default onRead() answers for `characteristic` (empty until set).
     void setReadValue(const BLEUUID& characteristic, std::vector<std::uint8_t> value);
 
     // ---- faults
+    /// Replaces the faults; each takes effect from the next event it concerns (advertising follows a change of
+    /// range at once).
     void setFaults(const LabFaults& faults);
+    /// The current faults.
     LabFaults faults() const;
 
     // ---- actions
@@ -88,8 +102,9 @@ public:
     /// The radio's seeded generator (the device's own, seeded with 1, while it has no radio). Lab queue
     /// only.
     std::mt19937_64& random();
-    /// The executor's monotonic and civil time (a fixed epoch while the device has no radio).
+    /// The executor's monotonic time (a fixed epoch while the device has no radio).
     MonotonicTime now() const;
+    /// The executor's civil date and time (the Unix epoch while the device has no radio).
     Date date() const;
 
 protected:

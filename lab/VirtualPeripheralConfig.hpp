@@ -26,10 +26,13 @@ struct VirtualPeripheralConfig {
     int rssiJitter = 0;
     /// Time between two advertisements.
     Duration advertisingInterval = std::chrono::milliseconds(100);
+    /// Manufacturer-specific data carried in advertisements (company identifier first); absent when none.
     std::optional<std::vector<std::uint8_t>> manufacturerData;
     /// Service UUIDs carried in advertisements (what a scan filtered by services matches).
     std::vector<BLEUUID> advertisedServices;
+    /// Service data carried in advertisements, per service UUID.
     std::map<BLEUUID, std::vector<std::uint8_t>> serviceData;
+    /// Transmit power level carried in advertisements, dBm; absent when not advertised.
     std::optional<int> txPowerLevel;
     /// Advertised as connectable; a non-connectable device refuses every connection.
     bool connectable = true;

@@ -11,13 +11,19 @@ namespace halvora::lab {
 
 /// What a virtual blood-pressure monitor does when it measures.
 struct BloodPressureScript {
+    /// Systolic pressure of the result, mmHg.
     int systolic = 120;
+    /// Diastolic pressure of the result, mmHg.
     int diastolic = 80;
+    /// Pulse of the result, beats per minute.
     int pulse = 72;
     /// The cuff inflates to this pressure in `inflateStep` steps, then deflates to `deflateTo`.
     int inflateTo = 160;
+    /// The last cuff pressure before the result, mmHg.
     int deflateTo = 60;
+    /// Pressure added per step while inflating, mmHg.
     int inflateStep = 20;
+    /// Pressure let out per step while deflating, mmHg.
     int deflateStep = 10;
     /// Time between two cuff pressures (and before the result).
     Duration stepInterval = std::chrono::milliseconds(200);

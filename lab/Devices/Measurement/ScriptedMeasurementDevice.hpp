@@ -19,6 +19,7 @@ public:
     std::size_t stepsPlayed() const;
 
 protected:
+    /// The virtual device's constructor.
     using VirtualPeripheral::VirtualPeripheral;
 
     /// Plays `count` steps (0: until the link ends), the first after `firstDelay`, then one every

@@ -16,12 +16,15 @@ namespace halvora::lab {
 /// readings as text (see BabyThermometerScript).
 class VirtualBabyThermometer : public ScriptedMeasurementDevice {
 public:
+    /// A baby thermometer with this identity and the default script.
     explicit VirtualBabyThermometer(VirtualPeripheralConfig config);
     /// A thermometer with the given name (it must contain "iCcur" or "thermF" for the kit to know it).
     static std::shared_ptr<VirtualBabyThermometer> make(const std::string& identifier, int rssi = -60,
                                                         const std::string& name = "iCcur");
 
+    /// Replaces the script; it applies from the next measurement.
     void setScript(const BabyThermometerScript& script);
+    /// The current script.
     BabyThermometerScript script() const;
     /// The text of value `index` of a measurement under the current script.
     std::string valueText(std::size_t index) const;

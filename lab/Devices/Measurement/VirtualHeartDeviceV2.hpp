@@ -8,7 +8,9 @@ namespace halvora::lab {
 /// connection when its script says so (or when measure() is called), and announces its battery level.
 class VirtualHeartDeviceV2 : public VirtualBloodPressureMonitor {
 public:
+    /// A monitor with this identity: notifies on 0xFFF4, takes commands on 0xFFF3.
     explicit VirtualHeartDeviceV2(VirtualPeripheralConfig config);
+    /// A monitor named "eBlood-Pressure" with the given identifier, advertising at `rssi` dBm.
     static std::shared_ptr<VirtualHeartDeviceV2> make(const std::string& identifier, int rssi = -60);
 
 protected:

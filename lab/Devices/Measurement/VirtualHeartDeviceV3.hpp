@@ -8,7 +8,9 @@ namespace halvora::lab {
 /// its start command and answers the battery command.
 class VirtualHeartDeviceV3 : public VirtualBloodPressureMonitor {
 public:
+    /// A monitor with this identity: notifies on 0xFFF4, takes commands on 0xFFF3.
     explicit VirtualHeartDeviceV3(VirtualPeripheralConfig config);
+    /// A monitor named "Belter_BT" with the given identifier, advertising at `rssi` dBm.
     static std::shared_ptr<VirtualHeartDeviceV3> make(const std::string& identifier, int rssi = -60);
 
 protected:

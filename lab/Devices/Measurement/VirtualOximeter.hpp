@@ -21,11 +21,14 @@ namespace halvora::lab {
 /// It also offers the device-information service with a hardware revision string.
 class VirtualOximeter : public ScriptedMeasurementDevice {
 public:
+    /// An oximeter with this identity and the default script.
     explicit VirtualOximeter(VirtualPeripheralConfig config);
     /// An oximeter named "BLT_M70C" with the given identifier.
     static std::shared_ptr<VirtualOximeter> make(const std::string& identifier, int rssi = -60);
 
+    /// Replaces the script; it applies from the next cycle.
     void setScript(const OximeterScript& script);
+    /// The current script.
     OximeterScript script() const;
     /// The four notifications of one cycle, as sent.
     std::vector<std::vector<std::uint8_t>> cycleFrames(int cycle) const;

@@ -14,16 +14,23 @@ namespace halvora::lab {
 /// generation writes its own frames and decides when it measures.
 class VirtualThermometerBase : public ScriptedMeasurementDevice {
 public:
+    /// Replaces the script; it applies from the next measurement.
     void setScript(const ThermometerScript& script);
+    /// The current script.
     ThermometerScript script() const;
     /// Starts playing the script now (as when the thermometer's button is pressed).
     void measure();
 
 protected:
+    /// A thermometer with this identity that notifies on `notifyUUID` and takes commands on `writeUUID`, both
+    /// in the 0xFFF0 service.
     VirtualThermometerBase(VirtualPeripheralConfig config, const BLEUUID& notifyUUID, const BLEUUID& writeUUID);
 
+    /// The characteristic the thermometer notifies on.
     const BLEUUID& notifyUUID() const { return notifyUUID_; }
+    /// The characteristic commands are written to.
     const BLEUUID& writeUUID() const { return writeUUID_; }
+    /// Notifies `frame` on the notifying characteristic.
     void send(const std::vector<std::uint8_t>& frame) { notify(notifyUUID_, frame); }
 
     /// The generation's frame for one reading in degrees Celsius.

@@ -10,14 +10,15 @@ namespace halvora::lab {
 
 /// A second-generation thermometer ("e-Thermometer"). It measures on its own once notifications are on.
 /// Its frames are 14 bytes: header 02 20 DD 0A, type, fields, zero padding and an XOR of bytes 1 to 12
-/// at the end. Readings: AA <flags: bit 0 Fahrenheit, bit 1 mode 3> <Celsius x 100, big-endian>.
-/// Acknowledgements: DD <command> <data>. Errors: EE <error byte>.
+/// at the end. Readings: AA, the flags (bit 0 Fahrenheit, bit 1 mode 3), the Celsius value x 100
+/// (big-endian). Acknowledgements: DD, the command, its data. Errors: EE, the error byte.
 ///
-/// Commands arrive as 02 20 DD 02 FD <command> <XOR of bytes 1 to 5>; a frame with a wrong check byte is
+/// Commands arrive as 02 20 DD 02 FD, the command, the XOR of bytes 1 to 5; a frame with a wrong check byte is
 /// ignored. Command 29 acknowledges a reading and gets no answer; any other command is answered with an
 /// acknowledgement (or with an error frame when the script refuses it).
 class VirtualThermometerV2 : public VirtualThermometerBase {
 public:
+    /// A thermometer with this identity: notifies on 0xFFF4, takes commands on 0xFFF3.
     explicit VirtualThermometerV2(VirtualPeripheralConfig config);
     /// A thermometer named "e-Thermometer" with the given identifier.
     static std::shared_ptr<VirtualThermometerV2> make(const std::string& identifier, int rssi = -60);

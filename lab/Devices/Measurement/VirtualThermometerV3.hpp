@@ -13,6 +13,7 @@ namespace halvora::lab {
 /// bytes 4 to 8, then F5 5F.
 class VirtualThermometerV3 : public VirtualThermometerBase {
 public:
+    /// A thermometer with this identity: notifies on 0xFFF1; writes to 0xFFF2 are ignored.
     explicit VirtualThermometerV3(VirtualPeripheralConfig config);
     /// A thermometer named "DMT-4760b" with the given identifier.
     static std::shared_ptr<VirtualThermometerV3> make(const std::string& identifier, int rssi = -60);

@@ -30,9 +30,13 @@ class VirtualWeightScale : public VirtualPeripheral {
 public:
     /// The user the phone last sent.
     struct UserParameters {
+        /// Sex byte 80 (male) or 00.
         bool male = true;
+        /// Years.
         int age = 0;
+        /// Centimetres.
         int height = 0;
+        /// Unit byte 00 (kg) or anything else.
         bool kilograms = true;
     };
 
@@ -42,14 +46,18 @@ public:
     static std::shared_ptr<VirtualWeightScale> make(const std::string& identifier, int rssi = -60,
                                                     bool impedanceSensor = true);
 
+    /// Replaces the script; it applies from the next measurement.
     void setScript(const WeightScaleScript& script);
+    /// The current script.
     WeightScaleScript script() const;
+    /// True when the scale offers the body characteristic 0x2A9C.
     bool hasImpedanceSensor() const { return impedanceSensor_; }
 
     /// The user of the last good parameter frame, or nothing before one.
     std::optional<UserParameters> userParameters() const;
-    /// Good and bad user-parameter frames received, over every connection.
+    /// Good user-parameter frames received, over every connection.
     int parameterFrames() const;
+    /// Bad user-parameter frames received (wrong length or check byte), over every connection.
     int badParameterFrames() const;
     /// Measurements started so far.
     int measurementsStarted() const;

@@ -26,6 +26,7 @@ struct WeightScaleScript {
         Impedance,
     };
 
+    /// Which frames the scale sends its measurements in.
     Family family = Family::TwoPart;
     /// Weights (kg) shown while the user settles on the scale, before the final weight.
     std::vector<double> weighingWeights = {22.4, 51.8, 68.9};
@@ -47,8 +48,9 @@ struct WeightScaleScript {
     /// One-frame family: report in pounds (unit bits 08, weights converted from kg). Unset: follow the unit
     /// of the user-parameter frame last received (kilograms before any).
     std::optional<bool> pounds;
-    /// Two-part family: the time stamp and user number of the first half.
+    /// Two-part family: the time stamp of the first half, as the scale's clock gives it.
     std::uint32_t timestamp = 0x5F3759DF;
+    /// Two-part family: the user number of the first half.
     std::uint32_t userNumber = 1;
     /// Time between two frames of a measurement.
     Duration stepInterval = std::chrono::milliseconds(300);

@@ -32,16 +32,23 @@ public:
     /// Largest piece of a write: longer commands are cut into 20-byte pieces.
     static constexpr std::size_t kMaxWritePiece = 20;
 
+    /// A driver without context: the shared log and no application delegates (for tests and the bare base).
     BLEDevice() = default;
+    /// A driver that reaches the log and the application's delegates through `context`.
     explicit BLEDevice(DriverContext context) : context_(std::move(context)) {}
     ~BLEDevice() override = default;
     BLEDevice(const BLEDevice&) = delete;
     BLEDevice& operator=(const BLEDevice&) = delete;
 
     // Class-level identity; every driver class hides these with its own.
+
+    /// The advertised name (or name prefix) the driver class serves; empty for the base.
     static std::string getName() { return ""; }
+    /// The primary service that carries the device's protocol; the nil UUID for the base.
     static BLEUUID rsServiceUUID() { return BLEUUID(""); }
+    /// The characteristic on which the device notifies; the nil UUID for the base.
     static BLEUUID readCharacteristicUUID() { return BLEUUID(""); }
+    /// The characteristic commands are written to; the nil UUID for the base.
     static BLEUUID sendCharacteristicUUID() { return BLEUUID(""); }
 
     /// Packed BCD byte to decimal: v = value % 100 first (so 0x99 gives 53, read as 35), then
@@ -59,19 +66,24 @@ public:
 
     /// Link state: 0 not connected, 2 connected. Written by the manager only.
     std::int32_t state() const { return state_.load(); }
+    /// Sets the link state (0 or 2); the manager's call when the central reports the link up or Bluetooth off.
     void setState(std::int32_t state) { state_.store(state); }
 
     /// The peripheral, or nothing once the driver has let it go.
     std::shared_ptr<Peripheral> device() const;
+    /// Replaces the peripheral without touching its event receiver; nullptr lets it go.
     void setDevice(std::shared_ptr<Peripheral> peripheral);
     /// The driver's report receiver (the manager), held weakly.
     std::shared_ptr<BLEDeviceDelegate> delegate() const;
+    /// Replaces the report receiver; an expired pointer silences every report.
     void setDelegate(std::weak_ptr<BLEDeviceDelegate> delegate);
 
+    /// The log and the application delegates this driver was created with.
     const DriverContext& context() const { return context_; }
 
     /// Stores the peripheral, becomes its event receiver and stores the report receiver.
-    virtual void setPeripheral(const std::shared_ptr<Peripheral>& peripheral, std::weak_ptr<BLEDeviceDelegate> delegate);
+    virtual void setPeripheral(const std::shared_ptr<Peripheral>& peripheral,
+                               std::weak_ptr<BLEDeviceDelegate> delegate);
     /// The central reported the link up: report deviceConnected and discover all services.
     virtual void didConnect();
     /// Bluetooth was switched off: a driver that still holds its peripheral reports deviceDisconnected, stops
@@ -79,11 +91,19 @@ public:
     virtual void didDisconnect();
 
 protected:
+    // Reports to the delegate, when there is one; made on the thread that calls them ("halvora.cb").
+
+    /// Reports deviceConnected (the link is up; discovery follows).
     void reportConnected();
+    /// Reports deviceReady (notifications asked for; the application may send commands). Repeatable.
     void reportReady();
+    /// Reports deviceDisconnected; the manager then cancels the link and drops the driver.
     void reportDisconnected();
+    /// Reports deviceOnDataReceived with a progress value or a result record.
     void reportData(const DeviceData& data);
+    /// Reports deviceOnErrorReceived; by convention the error is the device's error code.
     void reportError(const DeviceError& error);
+    /// Reports deviceOnBatteryLevelReceived with the level the device gave, in percent.
     void reportBatteryLevel(std::int32_t level);
 
     /// Writes `data` to `characteristic`, cut into 20-byte pieces. Each piece goes without response when the
@@ -95,6 +115,7 @@ protected:
     std::shared_ptr<Service> discoverCharacteristicsOfService(const std::shared_ptr<Peripheral>& peripheral,
                                                               const BLEUUID& serviceUUID,
                                                               const std::vector<BLEUUID>& characteristicUUIDs);
+    /// The log this driver writes to (the context's, or the shared log).
     Log& log() const { return context_.logger(); }
 
 private:

@@ -17,10 +17,15 @@ class PreferenceUtils;
 /// the delegate of its kind at the moment of delivery). Every member may be empty in a bare driver made for a
 /// test; the accessors fall back to the process-wide log and preferences.
 struct DriverContext {
+    /// The clock, timers and queues; empty in a bare driver.
     std::shared_ptr<Executor> executor;
+    /// The serial queue on which the peripheral's events arrive and the driver's state lives.
     std::shared_ptr<SerialQueue> callbackQueue;
+    /// Where the driver's log lines go; empty: the process-wide log.
     std::shared_ptr<Log> log;
+    /// The persisted preferences; empty: the process-wide store.
     std::shared_ptr<PreferenceUtils> preferences;
+    /// The application's delegates (the manager), held weakly; empty: nothing is delivered.
     std::weak_ptr<ApplicationDelegates> delegates;
 
     /// The log lines go to: the context's log, else the process-wide one.

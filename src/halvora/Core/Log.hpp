@@ -13,9 +13,12 @@ namespace halvora {
 /// (a sink must not write to the same log).
 class Log {
 public:
+    /// Receives each line as it was written, one call per line.
     using Sink = std::function<void(const std::string& line)>;
 
+    /// A log that writes to the system log.
     Log() = default;
+    /// A log that writes to `sink` (an empty sink means the system log).
     explicit Log(Sink sink);
 
     /// The process-wide log that the kit writes to unless a manager's environment names another one.

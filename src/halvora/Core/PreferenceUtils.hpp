@@ -20,8 +20,8 @@ namespace halvora {
 ///
 /// Storage: one text file per user (see `defaultPath`), mode 0600 in a folder created with mode 0700. Every
 /// setter rewrites the whole file atomically before it returns: it takes an advisory lock (`flock`) on the
-/// side file "<file>.lock", reads the current file, changes its one key, writes a temporary file
-/// "<file>.tmp.XXXXXX" in the same folder, syncs it, renames it over the file and syncs the folder. A crash
+/// side file `<file>.lock`, reads the current file, changes its one key, writes a temporary file
+/// `<file>.tmp.XXXXXX` in the same folder, syncs it, renames it over the file and syncs the folder. A crash
 /// at any moment therefore leaves the old file or the new one, never a mix; temporaries left behind by a
 /// crashed writer are removed by the next setter. Because each setter re-reads under the lock, setters in
 /// several processes (and several stores on one file) keep each other's keys.
@@ -36,7 +36,7 @@ namespace halvora {
 /// cannot write logs a line and leaves the file as it was. A setter that finds the file corrupt replaces it
 /// with one holding just its key. Keys this class does not know are kept on rewrite.
 ///
-/// File format, one entry per line, texts escaped ("\\" for a backslash, "\n", "\r" and "\0"):
+/// File format, one entry per line, texts escaped (`\\` for a backslash, `\n`, `\r` and `\0`):
 ///
 ///     HalvoraSDK preferences 1
 ///     <tag> <key> <value>        tag: s text, i 64-bit integer, d double (shortest round-trip form)
@@ -45,21 +45,33 @@ namespace halvora {
 /// Safe to call from any thread: one mutex per store guards its copy and its writes.
 class PreferenceUtils {
 public:
+    /// A stored value: text, 64-bit integer or double, as the file's tags s, i and d say.
     using Value = std::variant<std::string, std::int64_t, double>;
 
+    /// The central's restore identifier, text.
     static constexpr const char* kCentralUUIDKey = "halvora_central_uuid";
+    /// The remembered bracelet's peripheral identifier, text; reconnected without a scan.
     static constexpr const char* kBraceletUUIDKey = "halvora_bracelet_uuid";
+    /// A bracelet identifier the application may keep here; the kit itself neither writes nor reads it.
     static constexpr const char* kBraceletIdKey = "halvora_bracelet_id";
     /// Shared by the bracelet's user height and the weight scale's height.
     static constexpr const char* kHeightKey = "halvora_bracelet_height";
+    /// The user's weight, kilograms; used by the bracelets' calorie and distance estimates.
     static constexpr const char* kWeightKey = "halvora_bracelet_weight";
+    /// The weight scale's unit, text: "kg" or "lb".
     static constexpr const char* kWeightUnitKey = "halvora_weight_unit";
+    /// The user's sex for the weight scale's estimates, integer: 0 male, any other value female.
     static constexpr const char* kWeightGenderKey = "halvora_weight_gender";
+    /// The user's age in years for the weight scale's estimates, integer.
     static constexpr const char* kWeightAgeKey = "halvora_weight_age";
 
+    /// Height in centimetres when none is stored.
     static constexpr std::int64_t kDefaultHeight = 175;
+    /// Weight unit when none is stored.
     static constexpr const char* kDefaultWeightUnit = "kg";
+    /// Gender when none is stored.
     static constexpr std::int32_t kDefaultWeightGender = 0;
+    /// Age in years when none is stored.
     static constexpr std::int32_t kDefaultWeightAge = 30;
 
     /// A store kept in `file`; `log` (nullable) receives the problem lines and must outlive the store.
@@ -68,7 +80,7 @@ public:
     PreferenceUtils& operator=(const PreferenceUtils&) = delete;
 
     /// $HALVORA_PREFERENCES if set and not empty; else $XDG_CONFIG_HOME/halvora/preferences if that is an
-    /// absolute path; else <home>/.config/halvora/preferences, home being $HOME or the user's entry in the
+    /// absolute path; else `<home>/.config/halvora/preferences`, home being $HOME or the user's entry in the
     /// password database (the current folder when neither is known).
     static std::filesystem::path defaultPath();
     /// The process-wide store the kit uses, kept at `setSharedPath`'s path or else `defaultPath()`.
@@ -77,30 +89,42 @@ public:
     /// previous shared store keep it; later calls of `shared()` get a store on the new file.
     static void setSharedPath(std::filesystem::path file);
 
+    /// The file this store keeps its values in.
     const std::filesystem::path& path() const;
 
     // Setters: nothing removes the key.
+    /// The central's restore identifier.
     void setCentralUUID(std::optional<std::string> uuid);
+    /// The remembered bracelet's peripheral identifier; nothing forgets the bracelet.
     void setBraceletUUID(std::optional<std::string> uuid);
+    /// An application-defined bracelet identifier, stored as given.
     void setBraceletId(std::optional<Value> identifier);
     /// Centimetres; the same key as `setWeightHeight`.
     void setUserHeight(std::optional<std::int64_t> height);
     /// Centimetres; the same key as `setUserHeight`.
     void setWeightHeight(std::optional<std::int64_t> height);
+    /// Kilograms.
     void setUserWeight(std::optional<double> weight);
+    /// The weight scale's unit, "kg" or "lb" ("kg" when unset).
     void setWeightUnit(std::optional<std::string> unit);
+    /// The user's sex for the weight scale: 0 male, any other value female.
     void setWeightGender(std::int32_t gender);
+    /// Years.
     void setWeightAge(std::int32_t age);
 
     // Getters. A value stored with another type counts as absent, except that numbers convert between
     // integer and floating point (a floating value is truncated toward zero; one out of range is absent).
+    /// The central's restore identifier; absent when none is stored.
     std::optional<std::string> getCentralUUID() const;
+    /// The remembered bracelet's identifier; absent when no bracelet is remembered.
     std::optional<std::string> getBraceletUUID() const;
+    /// The application-defined bracelet identifier, as stored; absent when none is.
     std::optional<Value> getBraceletId() const;
     /// Default 175.
     std::int64_t getUserHeight() const;
     /// Default 175 (the same key as `getUserHeight`).
     std::int64_t getWeightHeight() const;
+    /// Kilograms; absent when none is stored (there is no default).
     std::optional<double> getUserWeight() const;
     /// Default "kg".
     std::string getWeightUnit() const;

@@ -16,7 +16,7 @@ class PreferenceUtils;
 struct ManagerEnvironment {
     /// Queues, timers and clock; empty gets a new ThreadedExecutor.
     std::shared_ptr<Executor> executor;
-    /// The Bluetooth backend; empty gets an UnavailableTransport (Bluetooth stays off).
+    /// The Bluetooth backend; empty gets an UnavailableTransport (its central reports Unsupported).
     std::shared_ptr<Transport> transport;
     /// The preferences store; empty gets PreferenceUtils::shared().
     std::shared_ptr<PreferenceUtils> preferences;

@@ -20,6 +20,7 @@ struct HalvoraSDKThermometerData {
     /// kUnitCelsius or kUnitFahrenheit.
     std::optional<std::string> unit;
 
+    /// The `unit` text of a reading in degrees Celsius.
     static constexpr const char* kUnitCelsius = "celsius";
     /// Spelled "farenheit": applications compare against this exact text.
     static constexpr const char* kUnitFahrenheit = "farenheit";

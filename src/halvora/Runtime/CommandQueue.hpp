@@ -29,8 +29,11 @@ namespace halvora {
 /// are dropped.
 class CommandQueue {
 public:
+    /// How long the head item waits for a permit before it runs without one.
     static constexpr Duration kDefaultWaitLimit = std::chrono::seconds(60);
 
+    /// A queue whose items run on `queue` (a new "halvora.commands" queue of `executor` when null), timed by
+    /// `executor`'s clock, starting with one free permit.
     CommandQueue(std::shared_ptr<Executor> executor, std::shared_ptr<SerialQueue> queue);
     ~CommandQueue();
 

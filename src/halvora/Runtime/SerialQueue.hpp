@@ -14,6 +14,7 @@ class SerialQueue {
 public:
     virtual ~SerialQueue() = default;
 
+    /// The name given at creation ("halvora.cb", "main", ...), for logs and checks.
     virtual const std::string& label() const = 0;
     /// Runs the task as soon as the queue is free.
     virtual void async(Task task) = 0;

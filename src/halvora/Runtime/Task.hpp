@@ -7,8 +7,9 @@ namespace halvora {
 
 /// A unit of work posted to a queue.
 using Task = std::function<void()>;
-/// Durations and monotonic instants of the executor's clock.
+/// A length of time on the executor's clock (nanosecond ticks).
 using Duration = std::chrono::steady_clock::duration;
+/// An instant of the executor's monotonic clock; only differences between instants mean anything.
 using MonotonicTime = std::chrono::steady_clock::time_point;
 
 /// Shorthand for a duration given in (possibly fractional) seconds.

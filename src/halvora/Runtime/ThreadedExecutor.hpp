@@ -36,6 +36,7 @@ class ThreadedQueueCore;
 ///   cycles.
 class ThreadedExecutor : public Executor {
 public:
+    /// A new executor with its main queue's thread started; other queues start their threads when made.
     static std::shared_ptr<ThreadedExecutor> create();
     ~ThreadedExecutor() override;
 

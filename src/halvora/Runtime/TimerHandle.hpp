@@ -7,7 +7,9 @@ namespace halvora {
 class TimerHandle {
 public:
     virtual ~TimerHandle() = default;
+    /// Cancels every later run; a run already under way is not interrupted.
     virtual void invalidate() = 0;
+    /// False once invalidated (and, for a one-shot call, once it has run).
     virtual bool isValid() const = 0;
 };
 

@@ -21,6 +21,7 @@ class VirtualExecutor : public Executor, public std::enable_shared_from_this<Vir
 public:
     /// The civil date at virtual time zero unless told otherwise: 2026-01-01T00:00:00Z.
     static Date defaultStartDate();
+    /// A new executor at virtual time zero, whose civil date then is `startDate`; it has its "main" queue.
     static std::shared_ptr<VirtualExecutor> create(Date startDate = defaultStartDate());
 
     std::shared_ptr<SerialQueue> makeQueue(const std::string& label) override;
@@ -47,7 +48,10 @@ public:
 
     // Used by the executor's queues.
     struct Entry;
+    /// Schedules `task` for `queue`, due `delay` from now (a negative delay counts as zero); with a positive
+    /// `repeatInterval` it comes back every interval until invalidated. For the executor's own queues.
     std::shared_ptr<TimerHandle> post(const SerialQueue* queue, Duration delay, Task task, Duration repeatInterval);
+    /// True when the calling thread is running a task of `queue` now. For the executor's own queues.
     bool isRunning(const SerialQueue* queue) const;
 
 private:

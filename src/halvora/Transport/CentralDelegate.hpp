@@ -18,14 +18,19 @@ public:
 
     /// The power state changed (or was reported for the first time); read it with central.state().
     virtual void centralManagerDidUpdateState(Central& /*central*/) {}
+    /// An advertisement was received while scanning; `rssi` in dBm. With duplicates allowed, every advertisement
+    /// is reported.
     virtual void centralManagerDidDiscoverPeripheral(Central& /*central*/,
                                                      const std::shared_ptr<Peripheral>& /*peripheral*/,
                                                      const AdvertisementData& /*advertisementData*/, int /*rssi*/) {}
+    /// The link to `peripheral` is up.
     virtual void centralManagerDidConnectPeripheral(Central& /*central*/,
                                                     const std::shared_ptr<Peripheral>& /*peripheral*/) {}
+    /// A connection attempt failed; `error` says why.
     virtual void centralManagerDidFailToConnectPeripheral(Central& /*central*/,
                                                           const std::shared_ptr<Peripheral>& /*peripheral*/,
                                                           const OptionalError& /*error*/) {}
+    /// The link is down: cancelled by the kit (no error) or lost (with the reason).
     virtual void centralManagerDidDisconnectPeripheral(Central& /*central*/,
                                                        const std::shared_ptr<Peripheral>& /*peripheral*/,
                                                        const OptionalError& /*error*/) {}

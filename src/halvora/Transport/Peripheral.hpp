@@ -25,10 +25,12 @@ public:
     virtual std::string identifier() const = 0;
     /// The name the host stack reports; absent when the device has none.
     virtual std::optional<std::string> name() const = 0;
+    /// The connection state as the central sees it now.
     virtual PeripheralState state() const = 0;
 
     /// The receiver of this peripheral's events (held weakly).
     virtual void setDelegate(std::weak_ptr<PeripheralDelegate> delegate) = 0;
+    /// The receiver of this peripheral's events; nothing when none is set or it is gone.
     virtual std::shared_ptr<PeripheralDelegate> delegate() const = 0;
 
     /// The services found by the latest discovery.
@@ -41,6 +43,8 @@ public:
                                          const std::shared_ptr<Service>& service) = 0;
     /// Switches notifications (or indications) on or off; the descriptor-written event follows.
     virtual void setNotifyValue(bool enabled, const std::shared_ptr<Characteristic>& characteristic) = 0;
+    /// Writes `value` to a characteristic: with response a did write value event follows (carrying the
+    /// device's refusal, if any); without response no event does.
     virtual void writeValue(const std::vector<std::uint8_t>& value,
                             const std::shared_ptr<Characteristic>& characteristic, WriteType type) = 0;
     /// Reads a value; it arrives as a value-updated event.

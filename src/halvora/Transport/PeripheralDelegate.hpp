@@ -17,8 +17,11 @@ class PeripheralDelegate {
 public:
     virtual ~PeripheralDelegate() = default;
 
+    /// Service discovery ended; the peripheral's services() now holds what was found. On an error the list
+    /// may be incomplete.
     virtual void peripheralDidDiscoverServices(const std::shared_ptr<Peripheral>& /*peripheral*/,
                                                const OptionalError& /*error*/) {}
+    /// Characteristic discovery of `service` ended; its characteristics() now holds what was found.
     virtual void peripheralDidDiscoverCharacteristicsForService(const std::shared_ptr<Peripheral>& /*peripheral*/,
                                                                 const std::shared_ptr<Service>& /*service*/,
                                                                 const OptionalError& /*error*/) {}

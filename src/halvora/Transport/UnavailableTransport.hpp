@@ -11,12 +11,14 @@ namespace halvora {
 /// environment of its own.
 class UnavailableTransport : public Transport {
 public:
+    /// A transport whose centrals report Unsupported; `reason` says why, for tools and logs.
     explicit UnavailableTransport(std::string reason = "no Bluetooth transport is available")
         : reason_(std::move(reason)) {}
 
     std::string name() const override { return "unavailable"; }
     std::shared_ptr<Central> makeCentral(std::weak_ptr<CentralDelegate> delegate, std::shared_ptr<SerialQueue> queue,
                                          CentralOptions options) override;
+    /// Why there is no Bluetooth, as given at creation.
     const std::string& reason() const { return reason_; }
 
 private:

@@ -17,15 +17,22 @@ namespace halvora {
 /// own frames.
 class BloodPressureMonitor : public SingleServiceDevice {
 public:
+    /// The protocol service, 0xFFF0.
     static BLEUUID rsServiceUUID() { return BLEUUID("0000fff0-0000-1000-8000-00805f9b34fb"); }
+    /// The standard Device Information service, 0x180A.
     static BLEUUID deviceInformationServiceUUID() { return BLEUUID("0000180A-0000-1000-8000-00805f9b34fb"); }
+    /// The Device Information service's hardware revision string, 0x2A27.
     static BLEUUID hardwareRevisionStringUUID() { return BLEUUID("2A27"); }
 
+    /// The single-service device's constructors.
     using SingleServiceDevice::SingleServiceDevice;
 
     DeviceKind getType() const override { return DeviceTypeHeart; }
 
+    /// True once a result frame has been taken for the current measurement; later result frames are ignored
+    /// until it is cleared (the second and third generations only).
     bool dataReceived() const { return dataReceived_; }
+    /// The last result delivered to the delegate; absent before the first one.
     const std::optional<HalvoraSDKHeartData>& lastData() const { return lastData_; }
 
 protected:
@@ -37,6 +44,7 @@ protected:
     /// the last result stays as it was.
     void deliverResultUnlessRepeated(const HalvoraSDKHeartData& result);
 
+    /// Marks the current measurement as having (or not yet having) its result.
     void setDataReceived(bool received) { dataReceived_ = received; }
     /// Reports a device error: the mapped code, or an absent code for a byte the tables do not know.
     void reportDeviceError(std::optional<std::int32_t> code);

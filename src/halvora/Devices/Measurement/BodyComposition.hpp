@@ -28,9 +28,13 @@ public:
     /// The user as the preferences hold it now: the user height, the weight age and the weight gender.
     static BodyComposition fromPreferences(const PreferenceUtils& preferences, Log& log = Log::shared());
 
+    /// Centimetres.
     std::int64_t height() const { return height_; }
+    /// Years.
     std::int32_t age() const { return age_; }
+    /// 0 male, any other value female.
     std::int32_t gender() const { return gender_; }
+    /// True when gender() is 0.
     bool isMale() const { return gender_ == 0; }
 
     /// Fat per cent: ((A·a + c) + H·h) + W·w) + Z·z with the sex's coefficients. Logs "HEIGHT ..." and then

@@ -23,25 +23,37 @@ namespace halvora {
 /// characters (so without a complete ambient reading) is ignored.
 class HalvoraSDKBabyThermometer : public SingleServiceDevice {
 public:
+    /// The first advertised name fragment this class serves.
     static std::string getName() { return "iCcur"; }
+    /// The second advertised name fragment this class serves.
     static std::string getSecondName() { return "thermF"; }
     /// The text contains "iCcur" or "thermF" (exact letter case).
     static bool isNameValid(const std::string& name);
+    /// False for a peripheral without a name, else isNameValid() of its name.
     static bool matchDevice(const std::shared_ptr<Peripheral>& peripheral);
+    /// The protocol service.
     static BLEUUID rsServiceUUID() { return BLEUUID("cccc1e08-93d4-4c06-bcba-e719578f1408"); }
+    /// The notifying characteristic (readings as text).
     static BLEUUID readCharacteristicUUID() { return BLEUUID(format("aa02")); }
+    /// The command characteristic.
     static BLEUUID sendCharacteristicUUID() { return BLEUUID(format("aa01")); }
     /// The start command: 01.
     static const std::vector<std::uint8_t>& startCommand();
 
-    /// The ambient temperature of the first ambient table entry, and the step between entries.
+    /// The ambient temperature of the first ambient table entry, degrees Celsius.
     static float envBaseTemper() { return -20.0F; }
+    /// The ambient temperature step between ambient table entries, degrees Celsius.
     static float envDeltaTemper() { return 0.5F; }
-    /// The calibration tables (raw values, ascending): body low (20.0 to 34.0 by 0.5), body main (34.00 to
-    /// 42.00 by 0.02), body high (42.0 to 45.0 by 0.5), ambient (-20.0 to 50.0 by 0.5).
+
+    // The calibration tables: raw sensor values, ascending, one per temperature step.
+
+    /// Body, low range: 20.0 to 34.0 °C by 0.5.
     static std::span<const std::int32_t> temperLowDataArray();
+    /// Body, main range: 34.00 to 42.00 °C by 0.02.
     static std::span<const std::int32_t> temperDataArray();
+    /// Body, high range: 42.0 to 45.0 °C by 0.5.
     static std::span<const std::int32_t> temperHighDataArray();
+    /// Ambient: -20.0 to 50.0 °C by 0.5.
     static std::span<const std::int32_t> envTemperArray();
 
     /// Body temperature of a raw reading, computed in double precision and rounded to single. Readings at or
@@ -54,6 +66,7 @@ public:
     /// The (body, ambient) raw readings of a value, or nothing for a value that is ignored.
     static std::optional<std::pair<std::int32_t, std::int32_t>> rawReadings(std::span<const std::uint8_t> value);
 
+    /// The single-service device's constructors.
     using SingleServiceDevice::SingleServiceDevice;
 
     DeviceKind getType() const override { return DeviceTypeBabyThermometer; }

@@ -21,15 +21,22 @@ namespace halvora {
 /// cycle. Results go straight to the manager's `oximeterDelegate`; without one they are dropped.
 class HalvoraSDKOximeter : public SingleServiceDevice {
 public:
+    /// The advertised name this class serves.
     static std::string getName() { return "BLT_M70C"; }
+    /// The protocol service, 0xFFE0.
     static BLEUUID rsServiceUUID() { return BLEUUID("0000ffe0-0000-1000-8000-00805f9b34fb"); }
+    /// The notifying characteristic, 0xFFE1.
     static BLEUUID readCharacteristicUUID() { return BLEUUID("0000ffe1-0000-1000-8000-00805f9b34fb"); }
+    /// The same characteristic, 0xFFE1: the oximeter has one, and nothing is written to it.
     static BLEUUID sendCharacteristicUUID() { return BLEUUID("0000ffe1-0000-1000-8000-00805f9b34fb"); }
+    /// The standard Device Information service, 0x180A.
     static BLEUUID deviceInformationServiceUUID() { return BLEUUID("180A"); }
+    /// The hardware revision string, 0x2A27; read on connection, its value unused.
     static BLEUUID hardwareRevisionStringUUID() { return BLEUUID("2A27"); }
     /// The name equals "BLT_M70C" exactly.
     static bool matchDevice(const std::shared_ptr<Peripheral>& peripheral);
 
+    /// The single-service device's constructors.
     using SingleServiceDevice::SingleServiceDevice;
 
     DeviceKind getType() const override { return DeviceTypeOximeter; }

@@ -10,11 +10,15 @@ namespace halvora {
 /// unit, mode 0.
 class HalvoraSDKThermometer : public Thermometer {
 public:
+    /// The advertised name fragment this class serves.
     static std::string getName() { return "Bluetooth BP"; }
+    /// The notifying characteristic, 0xFFF1.
     static BLEUUID readCharacteristicUUID() { return BLEUUID("0000fff1-0000-1000-8000-00805f9b34fb"); }
+    /// The command characteristic, 0xFFF2.
     static BLEUUID sendCharacteristicUUID() { return BLEUUID("0000fff2-0000-1000-8000-00805f9b34fb"); }
     /// The name contains "Bluetooth BP", in exactly that letter case.
     static bool isNameValid(const std::string& name);
+    /// False for a peripheral without a name, else isNameValid() of its name.
     static bool matchDevice(const std::shared_ptr<Peripheral>& peripheral);
     /// The start command: FE FD AA A0 0D 0A.
     static const std::vector<std::uint8_t>& startCommand();
@@ -22,6 +26,7 @@ public:
     /// FD second byte is accepted (FB, 1A and 15 never pass, as the device family has always checked).
     static bool checkValue(std::span<const std::uint8_t> frame);
 
+    /// The thermometer base's constructors.
     using Thermometer::Thermometer;
 
     std::string className() const override { return "HalvoraSDKThermometer"; }

@@ -13,14 +13,20 @@ namespace halvora {
 /// but its reading is still delivered, as the device family has always done.
 class HalvoraSDKThermometerV3 : public Thermometer {
 public:
+    /// The advertised name fragment this class serves.
     static std::string getName() { return "DMT-4760b"; }
+    /// The protocol service, 0xFFF0.
     static BLEUUID rsServiceUUID() { return BLEUUID("FFF0"); }
+    /// The notifying characteristic, 0xFFF1.
     static BLEUUID readCharacteristicUUID() { return BLEUUID("FFF1"); }
+    /// The command characteristic, 0xFFF2 (nothing is sent to this generation).
     static BLEUUID sendCharacteristicUUID() { return BLEUUID("FFF2"); }
     /// The name, lower-cased, contains "dmt-4760b".
     static bool isNameValid(const std::string& name);
+    /// False for a peripheral without a name, else isNameValid() of its name.
     static bool matchDevice(const std::shared_ptr<Peripheral>& peripheral);
 
+    /// The thermometer base's constructors.
     using Thermometer::Thermometer;
 
     std::string className() const override { return "HalvoraSDKThermometerV3"; }

@@ -51,16 +51,22 @@ public:
     static constexpr double kRepeatInterval = 2.0;
     /// The type reported to `weightscaleOnTypeDetected`.
     static constexpr std::int32_t kTypeWeightOnly = 1;
+    /// The type reported to `weightscaleOnTypeDetected` once the body (impedance) characteristic is known.
     static constexpr std::int32_t kTypeWithImpedance = 2;
 
+    /// The advertised name (or part of it) this class serves.
     static std::string getName() { return "Chipsea-BLE"; }
     /// True when `name` contains "Chipsea-BLE" anywhere (case-sensitive).
     static bool isNameValid(const std::string& name);
     /// False for a peripheral without a name, else isNameValid() of its name.
     static bool matchDevice(const std::shared_ptr<Peripheral>& peripheral);
+    /// The protocol service, 0xFFF0.
     static BLEUUID rsServiceUUID() { return BLEUUID("0000fff0-0000-1000-8000-00805f9b34fb"); }
+    /// The notifying characteristic of weights and the scale's own results, 0xFFF1.
     static BLEUUID readCharacteristicUUID() { return BLEUUID("0000fff1-0000-1000-8000-00805f9b34fb"); }
+    /// The command characteristic, 0xFFF2.
     static BLEUUID sendCharacteristicUUID() { return BLEUUID("0000fff2-0000-1000-8000-00805f9b34fb"); }
+    /// The notifying body-composition characteristic of impedance scales, 0x2A9C.
     static BLEUUID bodyCharacteristicUUID() { return BLEUUID("00002a9c-0000-1000-8000-00805f9b34fb"); }
     /// "cccc<text>-93d4-4c06-bcba-e719578f1408": a 128-bit identifier text from a four-character fragment.
     static std::string format(const std::string& text);
@@ -68,11 +74,16 @@ public:
     static bool checkValue(std::span<const std::uint8_t> value);
 
     // The process-wide first half of the latest two-part result (0 until one arrives).
+    /// The first half's weight, kilograms; 0 until a two-part result arrives.
     static double lastWeight();
+    /// The first half's fat, per cent; 0 until a two-part result arrives.
     static double lastFat();
+    /// The first half's date field, as the scale sent it; kept, not used.
     static std::int32_t dateWeight();
+    /// The first half's user number, as the scale sent it; cleared at each connection.
     static std::int32_t userID();
 
+    /// The driver base's constructors.
     using BLEDevice::BLEDevice;
 
     DeviceKind getType() const override { return DeviceTypeWeightScale; }
@@ -91,31 +102,53 @@ public:
                           std::int32_t height);
 
     // The body-composition formulas for the stored user (read from the preferences at each call).
+    /// BodyComposition::getPercentageFatWithWeight() for the stored user.
     double getPercentageFatWithWeight(double weight, double bia) const;
+    /// BodyComposition::getPercentageWaterWithWeight() for the stored user.
     double getPercentageWaterWithWeight(double weight, double bia) const;
+    /// BodyComposition::getPercentageMuscleWithWeight() for the stored user.
     double getPercentageMuscleWithWeight(double weight, double bia) const;
+    /// BodyComposition::getBMRWithWeight() for the stored user.
     double getBMRWithWeight(double weight, double bia) const;
+    /// BodyComposition::getBoneWithWeight() for the stored user.
     double getBoneWithWeight(double weight, double bia) const;
+    /// BodyComposition::getVisceralWithWeight() for the stored user.
     double getVisceralWithWeight(double weight, double bia) const;
+    /// BodyComposition::getBMIWithWeight() for the stored user's height.
     double getBMIWithWeight(double weight) const;
+    /// BodyComposition::getProteinWith(); it does not depend on the user.
     double getProteinWith(double musclePercentage) const;
+    /// BodyComposition::getIdealBodyWeight() for the stored user's height.
     double getIdealBodyWeight() const;
+    /// BodyComposition::getObesityPercentage() for the stored user's height.
     double getObesityPercentage(double weight) const;
+    /// BodyComposition::getBodyAge() for the stored user's age.
     double getBodyAge(double bmi) const;
 
+    /// The last service explored; nothing before service discovery.
     std::shared_ptr<Service> rs232Service() const;
+    /// The body characteristic; nothing on a scale without one (or before discovery).
     std::shared_ptr<Characteristic> bodyCharacteristic() const;
+    /// The notifying characteristic; nothing before discovery.
     std::shared_ptr<Characteristic> readCharacteristic() const;
+    /// The command characteristic; nothing before discovery (writes are dropped then).
     std::shared_ptr<Characteristic> sendCharacteristic() const;
 
+    /// Asks for all the characteristics of every discovered service; an error stops here.
     void peripheralDidDiscoverServices(const std::shared_ptr<Peripheral>& peripheral,
                                        const OptionalError& error) override;
+    /// Keeps the three characteristics, switches notifications on, reports the type after each characteristic,
+    /// then (when the manager is there to hear it) reports ready and sends the user-parameter frame. An error
+    /// stops here.
     void peripheralDidDiscoverCharacteristicsForService(const std::shared_ptr<Peripheral>& peripheral,
                                                         const std::shared_ptr<Service>& service,
                                                         const OptionalError& error) override;
+    /// A notification descriptor write ended: reports ready again, whatever its outcome.
     void peripheralDidWriteValueForDescriptor(const std::shared_ptr<Peripheral>& peripheral,
                                               const std::shared_ptr<Characteristic>& characteristic,
                                               const OptionalError& error) override;
+    /// Parses a value of the body characteristic (impedance results) or of the notifying one (weights and the
+    /// scale's results); values with an error, and of other characteristics, are dropped.
     void peripheralDidUpdateValueForCharacteristic(const std::shared_ptr<Peripheral>& peripheral,
                                                    const std::shared_ptr<Characteristic>& characteristic,
                                                    const std::vector<std::uint8_t>& value,

@@ -27,23 +27,33 @@ public:
     /// "cccc<text>-93d4-4c06-bcba-e719578f1408": the identifier pattern of the thermometers' maker.
     static std::string format(const std::string& text);
 
+    /// The driver base's constructors.
     using BLEDevice::BLEDevice;
 
     /// Writes a command to the writable characteristic, in 20-byte pieces (dropped while there is none).
     void writeRawData(const std::vector<std::uint8_t>& data);
 
+    /// The protocol service, once services are discovered; nothing before.
     std::shared_ptr<Service> rs232Service() const { return rs232Service_; }
+    /// The notifying characteristic, once characteristics are discovered; nothing before.
     std::shared_ptr<Characteristic> readCharacteristic() const { return readCharacteristic_; }
+    /// The writable characteristic, once characteristics are discovered; nothing before.
     std::shared_ptr<Characteristic> sendCharacteristic() const { return sendCharacteristic_; }
 
+    /// Keeps the protocol service and asks for its characteristics; an error, or no such service, stops here.
     void peripheralDidDiscoverServices(const std::shared_ptr<Peripheral>& peripheral,
                                        const OptionalError& error) override;
+    /// Keeps the two characteristics, switches notifications on (and reads the hardware revision string when
+    /// readsHardwareRevision() says so), then runs characteristicsReady(); an error stops here.
     void peripheralDidDiscoverCharacteristicsForService(const std::shared_ptr<Peripheral>& peripheral,
                                                         const std::shared_ptr<Service>& service,
                                                         const OptionalError& error) override;
+    /// The notification descriptor write ended: reports ready again, whatever its outcome.
     void peripheralDidWriteValueForDescriptor(const std::shared_ptr<Peripheral>& peripheral,
                                               const std::shared_ptr<Characteristic>& characteristic,
                                               const OptionalError& error) override;
+    /// Hands a value of the notifying characteristic to parseFrame(); other values, and values with an error,
+    /// are dropped.
     void peripheralDidUpdateValueForCharacteristic(const std::shared_ptr<Peripheral>& peripheral,
                                                    const std::shared_ptr<Characteristic>& characteristic,
                                                    const std::vector<std::uint8_t>& value,
@@ -52,7 +62,9 @@ public:
 protected:
     /// The device's protocol service and characteristics.
     virtual BLEUUID serviceUUID() const = 0;
+    /// The characteristic the device notifies on.
     virtual BLEUUID readUUID() const = 0;
+    /// The characteristic commands are written to.
     virtual BLEUUID sendUUID() const = 0;
     /// The characteristics asked for on the protocol service; empty asks for all of them.
     virtual std::vector<BLEUUID> characteristicsToDiscover() const { return {sendUUID(), readUUID()}; }

@@ -20,12 +20,14 @@ namespace halvora {
 /// one, readings are built and dropped.
 class Thermometer : public SingleServiceDevice {
 public:
+    /// The protocol service of every generation, 0xFFF0.
     static BLEUUID rsServiceUUID() { return BLEUUID("0000fff0-0000-1000-8000-00805f9b34fb"); }
     /// A further name the generation answers to; none unless the generation has one.
     static std::optional<std::string> getSecondName() { return std::nullopt; }
     /// The exclusive-or of all bytes, read as a signed byte and widened (0xF0 gives -16).
     static std::int32_t calculateCRC(std::span<const std::uint8_t> data);
 
+    /// The single-service device's constructors.
     using SingleServiceDevice::SingleServiceDevice;
 
     DeviceKind getType() const override { return DeviceTypeThermometer; }

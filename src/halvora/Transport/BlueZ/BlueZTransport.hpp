@@ -44,6 +44,7 @@ public:
     /// usable (no system bus, bluetoothd not running, no such adapter), or nothing when it is (a powered-off
     /// adapter is usable). A time-out counts as not usable.
     std::optional<std::string> probe(Duration limit) const;
+    /// The options the transport was created with.
     const BlueZOptions& options() const { return options_; }
 
 private:
