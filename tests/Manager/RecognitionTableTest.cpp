@@ -5,6 +5,7 @@
 #include "lab/Devices/Measurement/VirtualBabyThermometer.hpp"
 #include "lab/Devices/Measurement/VirtualHeartDevice.hpp"
 #include "lab/Devices/Measurement/VirtualHeartDeviceV2.hpp"
+#include "lab/Devices/Bracelet/VirtualBracelet.hpp"
 #include "lab/Devices/Measurement/VirtualHeartDeviceV3.hpp"
 #include "lab/Devices/Measurement/VirtualOximeter.hpp"
 #include "lab/Devices/Measurement/VirtualThermometer.hpp"
@@ -30,6 +31,10 @@ TEST(RecognitionTable, NamesResolveInTheFixedOrder) {
         {"bluetooth bp", "none"},
         {"eBlood-Pressure", "HalvoraSDKHeartDeviceV2"},
         {"Belter_BT", "HalvoraSDKHeartDeviceV3"},
+        {"B521A", "HalvoraSDKBracelet"},
+        {"RM-610HR", "HalvoraSDKBracelet"},
+        {"b521a", "none"},
+        {"B521A ", "none"},
         {"BLT_M70C", "HalvoraSDKOximeter"},
         {"BLT_M70C2", "none"},
         {"e-Thermometer", "HalvoraSDKThermometerV2"},
@@ -54,6 +59,7 @@ TEST(RecognitionTable, RowsKeepTheRecognitionOrderAndKinds) {
         {"HalvoraSDKHeartDevice", DeviceTypeHeart},
         {"HalvoraSDKHeartDeviceV2", DeviceTypeHeart},
         {"HalvoraSDKHeartDeviceV3", DeviceTypeHeart},
+        {"HalvoraSDKBracelet", DeviceTypeBracelet},
         {"HalvoraSDKOximeter", DeviceTypeOximeter},
         {"HalvoraSDKThermometer", DeviceTypeThermometer},
         {"HalvoraSDKThermometerV2", DeviceTypeThermometer},
@@ -70,6 +76,7 @@ TEST(RecognitionTable, EveryVirtualDeviceResolvesToTheClassThatPlaysIt) {
         {lab::VirtualHeartDevice::make(id), "HalvoraSDKHeartDevice"},
         {lab::VirtualHeartDeviceV2::make(id), "HalvoraSDKHeartDeviceV2"},
         {lab::VirtualHeartDeviceV3::make(id), "HalvoraSDKHeartDeviceV3"},
+        {lab::VirtualBracelet::make(id), "HalvoraSDKBracelet"},
         {lab::VirtualOximeter::make(id), "HalvoraSDKOximeter"},
         {lab::VirtualThermometer::make(id), "HalvoraSDKThermometer"},
         {lab::VirtualThermometerV2::make(id), "HalvoraSDKThermometerV2"},

@@ -48,5 +48,7 @@ inline void addTimeout(CLI::App* command, double& timeout) {
 /// The measurement devices' commands: measure bp|scale|thermometer|oximeter|baby-thermometer and
 /// thermometer-command.
 void addMeasurementCommands(CLI::App& app, CommandSet& commands);
+/// The text-command bracelet's commands: bracelet steps|heart|sync|battery|version|find|set.
+void addBraceletCommands(CLI::App& app, CommandSet& commands);
 
 }  // namespace halvora::cli

@@ -6,6 +6,7 @@ const DemoStep* demoStepFor(const std::string& className) {
     static const std::map<std::string, DemoStep> steps = [] {
         std::map<std::string, DemoStep> all;
         addMeasurementDemoSteps(all);
+        addBraceletDemoSteps(all);
         return all;
     }();
     auto it = steps.find(className);

@@ -1,11 +1,26 @@
 #include "LabCatalog.hpp"
 
+#include <algorithm>
+
+#include "halvora/Manager/RecognitionTable.hpp"
+
 namespace halvora::cli {
 
 const std::vector<LabClass>& LabCatalog::classes() {
     static const std::vector<LabClass> all = [] {
         std::vector<LabClass> classes;
         addMeasurementLabClasses(classes);
+        addBraceletLabClasses(classes);
+        // In recognition order, as the kit tries the classes.
+        const auto order = [](const LabClass& c) {
+            const auto& rows = RecognitionTable::rows();
+            for (std::size_t i = 0; i < rows.size(); ++i) {
+                if (rows[i].className == c.className) return i;
+            }
+            return rows.size();
+        };
+        std::stable_sort(classes.begin(), classes.end(),
+                         [&](const LabClass& a, const LabClass& b) { return order(a) < order(b); });
         return classes;
     }();
     return all;

@@ -49,5 +49,6 @@ public:
 /// Registration helpers, one per device family (each family's file defines its own).
 void addMeasurementLabClasses(std::vector<LabClass>& classes);
 void addTemperatureLabClasses(std::vector<LabClass>& classes);
+void addBraceletLabClasses(std::vector<LabClass>& classes);
 
 }  // namespace halvora::cli

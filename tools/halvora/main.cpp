@@ -53,6 +53,7 @@ int main(int argc, char** argv) {
 
     CommandSet commands;
     addMeasurementCommands(app, commands);
+    addBraceletCommands(app, commands);
 
     try {
         app.parse(argc, argv);

@@ -167,6 +167,7 @@ HALVORA_DELEGATE_PROPERTY(HalvoraBabyThermometerDelegate, babyThermometerDelegat
                           babyThermometerDelegate_)
 HALVORA_DELEGATE_PROPERTY(HalvoraWeightScaleDelegate, weightscaleDelegate, setWeightscaleDelegate,
                           weightscaleDelegate_)
+HALVORA_DELEGATE_PROPERTY(HalvoraBraceletDelegate, braceletDelegate, setBraceletDelegate, braceletDelegate_)
 
 #undef HALVORA_DELEGATE_PROPERTY
 

@@ -12,8 +12,10 @@
 #include "halvora/Core/BLEDevice.hpp"
 #include "halvora/Core/BLEDeviceDelegate.hpp"
 #include "halvora/Core/ConnectionStatus.hpp"
+#include "halvora/Core/Date.hpp"
 #include "halvora/Core/DeviceType.hpp"
 #include "halvora/Core/HalvoraSDKDevice.hpp"
+#include "halvora/Devices/Bracelet/HalvoraBraceletDelegate.hpp"
 #include "halvora/Devices/Measurement/HalvoraBabyThermometerDelegate.hpp"
 #include "halvora/Devices/Measurement/HalvoraHeartDelegate.hpp"
 #include "halvora/Devices/Measurement/HalvoraOximeterDelegate.hpp"
@@ -25,6 +27,8 @@
 #include "halvora/Manager/HalvoraSDKManagerDelegate.hpp"
 #include "halvora/Manager/ManagerEnvironment.hpp"
 #include "halvora/Manager/ScanResult.hpp"
+#include "halvora/Records/HalvoraSDKBraceletAlarm.hpp"
+#include "halvora/Records/HalvoraSDKBraceletSedentaryAlarm.hpp"
 #include "halvora/Transport/Central.hpp"
 #include "halvora/Transport/CentralDelegate.hpp"
 
@@ -63,27 +67,44 @@ public:
     HalvoraSDKManager& operator=(const HalvoraSDKManager&) = delete;
 
     // ------------------------------------------------------------ the central
+    /// Creates the central without state restoration. Connect requests made before it reports powered on
+    /// wait, retrying each second.
     void initCentralManagerWithoutBackgroundMode();
     /// Creates a central per identifier, with state restoration; with none, a fresh random identifier is
     /// stored and used.
     void setCentralManagerIdentifiers(const std::vector<std::string>& identifiers);
+    /// Creates a peripheral-role manager per identifier, for state restoration only.
     void setPeripheralManagerIdentifiers(const std::vector<std::string>& identifiers);
+    /// Whether the central last reported Bluetooth powered on.
     bool isBluetoothOn() const;
 
     // ------------------------------------------------------------ scanning
+    /// Scans for every kind; the scan result goes to the scan delegate every 4 seconds.
     void scanAllDevices();
+    /// Ends a scan for all kinds.
     void stopScanForDevices();
+    /// Stops the central's scan, whoever started it.
     void stopScan();
 
     // ------------------------------------------------------------ connections
+    /// Connects the strongest device of a kind, without a time-out.
     void connectDevice(DeviceKind kind);
+    /// Connects the strongest device of a kind; status -1 if none is ready within `timeoutSeconds`.
     void connectDevice(DeviceKind kind, std::int32_t timeoutSeconds);
+    /// Connects the very device with this identifier as the given kind.
     void connectByUUID(const std::optional<std::string>& identifier, DeviceKind kind);
+    /// Disconnects the blood-pressure monitor (kind 0).
     void disconnectDevice();
+    /// Disconnects a kind and drops its driver and pending request; kinds 1 and 6 also forget the
+    /// remembered bracelet.
     void disconnectDevice(DeviceKind kind);
+    /// Reconnects the remembered text-command bracelet, if any and none is connected.
     void checkBracelet();
+    /// Whether a blood-pressure monitor (kind 0) has a driver.
     bool isDeviceConnected() const;
+    /// Whether the kind has a driver whose link is up.
     bool isDeviceConnected(DeviceKind kind) const;
+    /// The kind's connection status: -1 disconnected, 0 searching, 1 connected, 2 ready.
     std::int32_t getDeviceStatus(DeviceKind kind) const;
 
     // ------------------------------------------------------------ facade operations
@@ -91,31 +112,106 @@ public:
     bool startMeasurement(DeviceKind kind);
     /// Starts a blood-pressure measurement; always returns false.
     bool startMeasurement();
+    /// Asks the kind's device for its battery level (third-generation monitor, bracelets); the level
+    /// arrives at the delegates.
     void checkBatteryLevel(DeviceKind kind);
+    /// The identifier of the kind's peripheral, or nothing without a driver.
     std::optional<std::string> getDeviceUUID(DeviceKind kind) const;
+    /// Stores the user's unit ("kg" or other), gender (0 male), age in years and height in cm for the scale
+    /// (the height is the bracelet's too).
     void setWeightScaleParams(const std::string& unit, std::int32_t gender, std::int32_t age, std::int32_t height);
     /// Kind 3 with a second-generation thermometer: sends it the command byte (the low 8 bits of `command`)
     /// and returns true; with any other thermometer, or none, nothing is sent and the result is false.
     /// The device's acknowledgement or error arrives at the thermometer delegate.
     bool sendThermometerCommand(std::int32_t command);
 
+    // ------------------------------------------------------------ text-command bracelet (kind 1)
+    // Each forwards to the kind-1 driver on its callback queue; without one nothing happens.
+
+    /// Downloads the stored steps, sleep and heart-rate history; it arrives at braceletSyncReceived.
+    void synchronizeBraceletHistoryData();
+    /// Asks the current step count (braceletCurrentStepsReceived).
+    void getBraceletCurrentSteps();
+    /// Starts a heart-rate measurement (braceletHeartDataReceived).
+    void getBraceletHeartBeat();
+    /// Makes the bracelet signal itself.
+    void sendBraceletFindDevice();
+    /// The same as sendBraceletFindDevice().
+    void sendFindDevice();
+    /// 1 starts an exercise, 0 finishes it.
+    void sendBraceletStartOrFinishExercise(std::int32_t start);
+    /// 1 starts the real-time pedometer, 0 stops it.
+    void sendBraceletStartOrFinishAutoSteps(std::int32_t start);
+    /// 1 lets the bracelet find the phone, 0 not.
+    void configureBraceletSettingFindPhone(std::int32_t enabled);
+    /// The daily step goal.
+    void configureBraceletStepTarget(std::int32_t steps);
+    /// 1 switches the anti-loss alert on, 0 off.
+    void configureBraceletAntitheft(std::int32_t enabled);
+    /// 1 switches heart-rate monitoring on, 0 off.
+    void configureBraceletMonitorHeartRate(std::int32_t enabled);
+    /// 1 switches raise-to-wake on, 0 off.
+    void configureBraceletRiseHand(std::int32_t enabled);
+    /// Sets the bracelet's clock (local time, to the minute).
+    void configureBraceletDate(Date date);
+    /// The user's height in cm.
+    void configureBraceletUserHeight(std::int32_t centimetres);
+    /// The user's weight in kg.
+    void configureBraceletUserWeight(std::int32_t kilograms);
+    /// The notification sources shown (values summed into the bracelet's mask).
+    void configureBraceletACNS(const std::vector<std::int32_t>& values);
+    /// Asks the firmware version (braceletInfoReceived "Version: ...").
+    void getBraceletVersion();
+    /// Binds the bracelet to this phone.
+    void bindBracelet();
+    /// Activates the bracelet.
+    void activateBracelet();
+    /// Switches the bracelet off.
+    void shutdownBracelet();
+    /// Asks the bracelets' battery level (braceletBatteryReceived and the general delegate).
+    void getBraceletBattery();
+    /// Switches the sedentary reminder off.
+    void disableBraceletSedentaryAlarm();
+    /// Sets the sedentary reminder.
+    void configureBraceletSedentaryAlarm(const HalvoraSDKBraceletSedentaryAlarm& alarm);
+    /// Switches alarm 1 (or, with `secondary`, alarm 2) off.
+    void disableBraceletAlarm(bool secondary);
+    /// Sets an alarm.
+    void configureBraceletAlarm(const HalvoraSDKBraceletAlarm& alarm);
+    /// Whether an exercise or a real-time run is going on (false without a bracelet).
+    bool isBraceletInActivity() const;
+    /// Shows a text on the bracelet's display.
+    void sendTextToRM610HR(const std::string& text);
+
     // ------------------------------------------------------------ delegates (held weakly)
     std::shared_ptr<HalvoraSDKManagerDelegate> delegate() const override;
+    /// Sets the general delegate (held weakly).
     void setDelegate(std::weak_ptr<HalvoraSDKManagerDelegate> delegate);
     std::shared_ptr<HalvoraDeviceDelegate> deviceDelegate() const override;
+    /// Sets the connection-status delegate (held weakly).
     void setDeviceDelegate(std::weak_ptr<HalvoraDeviceDelegate> delegate);
     std::shared_ptr<HalvoraHeartDelegate> heartDelegate() const override;
+    /// Sets the blood-pressure monitors' delegate (held weakly).
     void setHeartDelegate(std::weak_ptr<HalvoraHeartDelegate> delegate);
+    /// The delegate of scans for all kinds.
     std::shared_ptr<HalvoraSDKDevicesScanDelegate> devicesScanDelegate() const;
+    /// Sets the delegate of scans for all kinds (held weakly).
     void setDevicesScanDelegate(std::weak_ptr<HalvoraSDKDevicesScanDelegate> delegate);
     std::shared_ptr<HalvoraOximeterDelegate> oximeterDelegate() const override;
+    /// Sets the pulse oximeter's delegate (held weakly).
     void setOximeterDelegate(std::weak_ptr<HalvoraOximeterDelegate> delegate);
     std::shared_ptr<HalvoraThermometerDelegate> thermometerDelegate() const override;
+    /// Sets the thermometers' delegate (held weakly).
     void setThermometerDelegate(std::weak_ptr<HalvoraThermometerDelegate> delegate);
     std::shared_ptr<HalvoraBabyThermometerDelegate> babyThermometerDelegate() const override;
+    /// Sets the baby thermometer's delegate (held weakly).
     void setBabyThermometerDelegate(std::weak_ptr<HalvoraBabyThermometerDelegate> delegate);
     std::shared_ptr<HalvoraWeightScaleDelegate> weightscaleDelegate() const override;
+    /// Sets the weight scale's delegate (held weakly).
     void setWeightscaleDelegate(std::weak_ptr<HalvoraWeightScaleDelegate> delegate);
+    std::shared_ptr<HalvoraBraceletDelegate> braceletDelegate() const override;
+    /// Sets the text-command bracelet's delegate (held weakly).
+    void setBraceletDelegate(std::weak_ptr<HalvoraBraceletDelegate> delegate);
 
     // ------------------------------------------------------------ inspection
     /// The driver registered for a kind, or nothing.
@@ -126,8 +222,11 @@ public:
     std::int32_t connectingToDeviceType() const;
     /// Whether a connect request for the kind is pending.
     bool isPending(DeviceKind kind) const;
+    /// The executor, transport, preferences and log this manager runs with.
     const ManagerEnvironment& environment() const { return environment_; }
+    /// The preferences store of the environment.
     PreferenceUtils& preferences() const;
+    /// The log of the environment.
     Log& log() const;
 
     // ------------------------------------------------------------ central events
@@ -241,6 +340,7 @@ private:
     std::weak_ptr<HalvoraThermometerDelegate> thermometerDelegate_;
     std::weak_ptr<HalvoraBabyThermometerDelegate> babyThermometerDelegate_;
     std::weak_ptr<HalvoraWeightScaleDelegate> weightscaleDelegate_;
+    std::weak_ptr<HalvoraBraceletDelegate> braceletDelegate_;
 };
 
 }  // namespace halvora

@@ -1,5 +1,6 @@
 #include "halvora/Manager/RecognitionTable.hpp"
 
+#include "halvora/Devices/Bracelet/HalvoraSDKBracelet.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKHeartDevice.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKHeartDeviceV2.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKHeartDeviceV3.hpp"
@@ -36,8 +37,9 @@ std::vector<DriverClass> makeRows() {
     rows.push_back(nameRow<HalvoraSDKHeartDevice>("HalvoraSDKHeartDevice", DeviceTypeHeart, {"Bluetooth BP"}));
     rows.push_back(nameRow<HalvoraSDKHeartDeviceV2>("HalvoraSDKHeartDeviceV2", DeviceTypeHeart, {"eBlood-Pressure"}));
     rows.push_back(nameRow<HalvoraSDKHeartDeviceV3>("HalvoraSDKHeartDeviceV3", DeviceTypeHeart, {"Belter_BT"}));
-    // Further families take their places here, in this order: text-command bracelet, RM830 bracelet, RM830
-    // in update mode, Vital bracelet.
+    rows.push_back(nameRow<HalvoraSDKBracelet>("HalvoraSDKBracelet", DeviceTypeBracelet, {"B521A", "RM-610HR"}));
+    // Further families take their places here, in this order: RM830 bracelet, RM830 in update mode, Vital
+    // bracelet.
     rows.push_back(nameRow<HalvoraSDKOximeter>("HalvoraSDKOximeter", DeviceTypeOximeter, {"BLT_M70C"}));
     // The thermometers and the baby thermometer take names containing these fragments (the second
     // generation in any letter case, the third too).
