@@ -38,9 +38,9 @@ struct ConnectedBracelet {
 
     ConnectedBracelet() {
         radio->addPeripheral(bracelet);
-        manager = HalvoraSDKManager::create(ManagerEnvironment{executor, std::make_shared<lab::LabTransport>(radio),
-                                                              std::make_shared<PreferenceUtils>(preferences),
-                                                              std::make_shared<Log>([](const std::string&) {}), "179"});
+        manager = HalvoraSDKManager::create(ManagerEnvironment{
+            executor, std::make_shared<lab::LabTransport>(radio), std::make_shared<PreferenceUtils>(preferences),
+            std::make_shared<Log>([](const std::string&) {}), "179"});
         manager->setBraceletDelegate(app);
         manager->initCentralManagerWithoutBackgroundMode();
         executor->runUntilIdle();
@@ -79,8 +79,8 @@ void BM_BraceletHistoryDownload(benchmark::State& state) {
         expected += state.range(0);
     }
     if (world.app->records != expected) state.SkipWithError("records were lost");
-    state.counters["per_item"] = benchmark::Counter(static_cast<double>(expected),
-                                                    benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+    state.counters["per_item"] =
+        benchmark::Counter(static_cast<double>(expected), benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 BENCHMARK(BM_BraceletHistoryDownload)->Arg(10000)->Unit(benchmark::kMillisecond);
 

@@ -14,17 +14,21 @@
 namespace halvora {
 namespace {
 
-using test::LabHarness;
-using test::RecordingBraceletDelegate;
 using lab::BraceletRecord;
 using lab::BraceletTime;
+using test::LabHarness;
+using test::RecordingBraceletDelegate;
 
 constexpr const char* kBraceletId = "7A2B3C4D-0000-4000-8000-0000000000C1";
 
-BraceletTime at(const char* text) { return *BraceletTime::parse(text); }
+BraceletTime at(const char* text) {
+    return *BraceletTime::parse(text);
+}
 
 /// "yyyy-MM-dd HH:mm:ss" of a delivered date (the zone is pinned to UTC).
-std::string text(const std::optional<Date>& date) { return date ? Calendar::formatDateTime(*date) : "-"; }
+std::string text(const std::optional<Date>& date) {
+    return date ? Calendar::formatDateTime(*date) : "-";
+}
 
 /// A lab world with a bracelet in range and the application listening to bracelets.
 struct BraceletLab {
@@ -60,11 +64,10 @@ struct BraceletLab {
 
 TEST(BraceletFlow, TwoDownloadsBringTheWholeHistoryWithTheBraceletsTimeBases) {
     lab::BraceletScript script;
-    script.history = {BraceletRecord::steps(at("2026-11-20 08:00"), 1200),
-                      BraceletRecord::steps(at("2026-11-20 09:00"), 300),
-                      BraceletRecord::sleep(at("2026-11-20 01:10"), true),
-                      BraceletRecord::sleep(at("2026-11-20 01:20"), false),
-                      BraceletRecord::heartRate(at("2026-11-20 09:30"), 71)};
+    script.history = {
+        BraceletRecord::steps(at("2026-11-20 08:00"), 1200), BraceletRecord::steps(at("2026-11-20 09:00"), 300),
+        BraceletRecord::sleep(at("2026-11-20 01:10"), true), BraceletRecord::sleep(at("2026-11-20 01:20"), false),
+        BraceletRecord::heartRate(at("2026-11-20 09:30"), 71)};
     script.itemsPerPackage = 1;  // five packages: steps, steps, sleep, sleep, heart rate
     BraceletLab world(script);
     world.connect();
@@ -107,7 +110,8 @@ TEST(BraceletFlow, TheRememberedBraceletIsReconnectedAfterARestart) {
     auto app = std::make_shared<RecordingBraceletDelegate>();
     // A first run of the application connects the bracelet, which the kit remembers...
     {
-        auto first = HalvoraSDKManager::create(ManagerEnvironment{lab.executor, lab.transport, lab.preferences, lab.log, "179"});
+        auto first =
+            HalvoraSDKManager::create(ManagerEnvironment{lab.executor, lab.transport, lab.preferences, lab.log, "179"});
         first->initCentralManagerWithoutBackgroundMode();
         lab.executor->runUntilIdle();
         first->connectDevice(DeviceTypeBracelet, 30);

@@ -11,8 +11,7 @@ int runBattery(Session& session, DeviceKind kind, double timeout) {
     disconnectAndSettle(session, kind);
     if (!answered) throw CliError(ExitDeviceError, "the " + kindName(kind) + " did not report a battery level");
     const int level = *session.app().battery(kind);
-    session.printer().event({{"event", "battery"}, {"kind", kind}, {"level", level}},
-                            format("battery: %d %%", level));
+    session.printer().event({{"event", "battery"}, {"kind", kind}, {"level", level}}, format("battery: %d %%", level));
     return ExitOk;
 }
 

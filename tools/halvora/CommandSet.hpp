@@ -1,11 +1,10 @@
 #pragma once
 
+#include <CLI/CLI.hpp>
 #include <functional>
 #include <memory>
 #include <utility>
 #include <vector>
-
-#include <CLI/CLI.hpp>
 
 #include "Session.hpp"
 

@@ -15,14 +15,17 @@ constexpr int kBarWidth = 30;
 ProgressBar::ProgressBar(std::string label, std::FILE* out)
     : label_(std::move(label)), out_(out), enabled_(::isatty(::fileno(out)) != 0) {}
 
-ProgressBar::~ProgressBar() { finish(); }
+ProgressBar::~ProgressBar() {
+    finish();
+}
 
 void ProgressBar::update(long done, long total, const std::string& unit) {
     if (!enabled_) return;
     std::lock_guard lock(mutex_);
     const long clamped = total > 0 ? std::clamp(done, 0L, total) : 0;
     const int filled = total > 0 ? static_cast<int>(clamped * kBarWidth / total) : 0;
-    std::fprintf(out_, "\r%s [%s%s] %ld/%ld %s", label_.c_str(), std::string(static_cast<std::size_t>(filled), '#').c_str(),
+    std::fprintf(out_, "\r%s [%s%s] %ld/%ld %s", label_.c_str(),
+                 std::string(static_cast<std::size_t>(filled), '#').c_str(),
                  std::string(static_cast<std::size_t>(kBarWidth - filled), '.').c_str(), clamped, total, unit.c_str());
     std::fflush(out_);
     drawn_ = true;

@@ -20,8 +20,8 @@ constexpr const char* kBatteryInstruction = "AT+BATT\r\n";
     void HalvoraSDKManager::operation() {                                                         \
         forwardTo<HalvoraSDKBracelet>(DeviceTypeBracelet, [](HalvoraSDKBracelet& d) { d.call; }); \
     }
-#define HALVORA_BRACELET_ROW_1(operation, Argument, call)                                                \
-    void HalvoraSDKManager::operation(Argument value) {                                                  \
+#define HALVORA_BRACELET_ROW_1(operation, Argument, call)                                              \
+    void HalvoraSDKManager::operation(Argument value) {                                                \
         forwardTo<HalvoraSDKBracelet>(DeviceTypeBracelet, [value](HalvoraSDKBracelet& d) { d.call; }); \
     }
 

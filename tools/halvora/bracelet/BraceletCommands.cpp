@@ -1,14 +1,14 @@
 // The text-command bracelet's commands: connect, ask, wait for the answer, print it.
 #include "BraceletCommands.hpp"
 
+#include <algorithm>
+
 #include "BraceletSettingsText.hpp"
 #include "CliError.hpp"
 #include "Commands.hpp"
 #include "CsvWriter.hpp"
 #include "ProgressBar.hpp"
 #include "halvora/Core/Format.hpp"
-
-#include <algorithm>
 
 namespace halvora::cli {
 
@@ -43,8 +43,8 @@ std::size_t countOf(const std::vector<std::int32_t>& codes, std::int32_t code) {
 }  // namespace
 
 bool BraceletSettings::empty() const {
-    return !height && !weight && !goal && !date && !units && alarms.empty() && !sedentary && !findPhone &&
-           !antiLost && !raiseHand && !hrMonitor && ancs.empty() && !text;
+    return !height && !weight && !goal && !date && !units && alarms.empty() && !sedentary && !findPhone && !antiLost &&
+           !raiseHand && !hrMonitor && ancs.empty() && !text;
 }
 
 BraceletSession::BraceletSession(Session& session, double timeout)
@@ -102,8 +102,7 @@ int runBraceletSteps(Session& session, double timeout) {
 int runBraceletHeart(Session& session, double timeout) {
     BraceletSession bracelet(session, timeout);
     bracelet.manager().getBraceletHeartBeat();
-    bracelet.waitFor([&] { return !bracelet.listener().heartRates().empty(); }, kAnswerSeconds,
-                     "report a heart rate");
+    bracelet.waitFor([&] { return !bracelet.listener().heartRates().empty(); }, kAnswerSeconds, "report a heart rate");
     const auto rate = bracelet.listener().heartRates().front();
     nlohmann::json event = toJson(rate);
     event["event"] = "heart";
@@ -154,8 +153,8 @@ int runBraceletVersion(Session& session, double timeout) {
 int runBraceletFind(Session& session, double timeout) {
     BraceletSession bracelet(session, timeout);
     bracelet.manager().sendBraceletFindDevice();
-    bracelet.waitFor([&] { return countOf(bracelet.listener().parameterCodes(), CodeFindDevice) > 0; },
-                     kAnswerSeconds, "confirm the find request");
+    bracelet.waitFor([&] { return countOf(bracelet.listener().parameterCodes(), CodeFindDevice) > 0; }, kAnswerSeconds,
+                     "confirm the find request");
     session.printer().event({{"event", "parameterSet"}, {"code", CodeFindDevice}}, "the bracelet is signalling");
     return ExitOk;
 }
@@ -171,7 +170,8 @@ int runBraceletSet(Session& session, const BraceletSettings& settings, double ti
             bracelet.waitFor(
                 [&] {
                     const auto codes = bracelet.listener().parameterCodes();
-                    return countOf(codes, *step.code) + (step.alternativeCode ? countOf(codes, *step.alternativeCode) : 0) >=
+                    return countOf(codes, *step.code) +
+                               (step.alternativeCode ? countOf(codes, *step.alternativeCode) : 0) >=
                            wanted;
                 },
                 kAnswerSeconds, "confirm the " + step.label);
@@ -179,7 +179,8 @@ int runBraceletSet(Session& session, const BraceletSettings& settings, double ti
             bracelet.waitFor(
                 [&] {
                     const auto infos = bracelet.listener().infos();
-                    return std::any_of(infos.begin(), infos.end(), [&](const std::string& i) { return i.find(*step.info) != std::string::npos; });
+                    return std::any_of(infos.begin(), infos.end(),
+                                       [&](const std::string& i) { return i.find(*step.info) != std::string::npos; });
                 },
                 kAnswerSeconds, "confirm the " + step.label);
         }

@@ -14,16 +14,16 @@ namespace halvora::cli {
 
 /// The settings `halvora bracelet set` takes, several in one invocation (the bracelet is connected once).
 struct BraceletSettings {
-    std::optional<int> height;                 ///< cm
-    std::optional<int> weight;                 ///< kg
-    std::optional<int> goal;                   ///< steps a day
-    std::optional<std::string> date;           ///< "now" or "yyyy-MM-dd HH:mm" (local)
-    std::optional<int> units;                  ///< distance unit code
-    std::vector<std::string> alarms;           ///< "1|2,days,HH:MM" or "1|2,off"
-    std::optional<std::string> sedentary;      ///< "interval,HH:MM,HH:MM" or "off"
+    std::optional<int> height;                                     ///< cm
+    std::optional<int> weight;                                     ///< kg
+    std::optional<int> goal;                                       ///< steps a day
+    std::optional<std::string> date;                               ///< "now" or "yyyy-MM-dd HH:mm" (local)
+    std::optional<int> units;                                      ///< distance unit code
+    std::vector<std::string> alarms;                               ///< "1|2,days,HH:MM" or "1|2,off"
+    std::optional<std::string> sedentary;                          ///< "interval,HH:MM,HH:MM" or "off"
     std::optional<int> findPhone, antiLost, raiseHand, hrMonitor;  ///< 0 or 1
-    std::vector<int> ancs;                     ///< notification source values
-    std::optional<std::string> text;           ///< shown on the display
+    std::vector<int> ancs;                                         ///< notification source values
+    std::optional<std::string> text;                               ///< shown on the display
 
     bool empty() const;
 };

@@ -11,11 +11,12 @@ namespace halvora::cli {
 
 namespace {
 
-const std::vector<std::string> kCsvFields = {"record", "date",          "steps",         "calories",
-                                             "distance", "hr",          "activeTime",    "sleepDuration",
-                                             "sleepDeepness", "heartRate"};
+const std::vector<std::string> kCsvFields = {"record", "date",       "steps",         "calories",      "distance",
+                                             "hr",     "activeTime", "sleepDuration", "sleepDeepness", "heartRate"};
 
-int kindOrder(const std::string& record) { return record == "steps" ? 0 : record == "sleep" ? 1 : 2; }
+int kindOrder(const std::string& record) {
+    return record == "steps" ? 0 : record == "sleep" ? 1 : 2;
+}
 
 template <typename Record>
 void collect(std::vector<HistoryRecord>& out, const std::vector<Record>& records, const char* kind) {
@@ -49,7 +50,9 @@ std::vector<HistoryRecord> historyRecords(const std::vector<HalvoraSDKBraceletDa
     return out;
 }
 
-std::vector<std::string> historyCsvHeader() { return kCsvFields; }
+std::vector<std::string> historyCsvHeader() {
+    return kCsvFields;
+}
 
 std::vector<std::string> historyCsvRow(const HistoryRecord& record) {
     std::vector<std::string> row;
@@ -64,15 +67,12 @@ std::vector<std::string> historyCsvRow(const HistoryRecord& record) {
 }
 
 nlohmann::json toJson(const HalvoraSDKStepData& data) {
-    return {{"date", isoDate(data.date)},       {"steps", data.steps},
-            {"calories", data.calories},         {"distance", data.distance},
-            {"hr", optionalJson(data.hr)},      {"activeTime", optionalJson(data.activeTime)}};
+    return {{"date", isoDate(data.date)}, {"steps", data.steps},         {"calories", data.calories},
+            {"distance", data.distance},  {"hr", optionalJson(data.hr)}, {"activeTime", optionalJson(data.activeTime)}};
 }
 
 nlohmann::json toJson(const HalvoraSDKSleepData& data) {
-    return {{"date", isoDate(data.date)},
-            {"sleepDuration", data.sleepDuration},
-            {"sleepDeepness", data.sleepDeepness}};
+    return {{"date", isoDate(data.date)}, {"sleepDuration", data.sleepDuration}, {"sleepDeepness", data.sleepDeepness}};
 }
 
 nlohmann::json toJson(const HalvoraSDKHeartBeatData& data) {

@@ -14,7 +14,9 @@ namespace halvora::cli {
 
 namespace {
 
-[[noreturn]] void bad(const std::string& what) { throw CliError(ExitBadArguments, what); }
+[[noreturn]] void bad(const std::string& what) {
+    throw CliError(ExitBadArguments, what);
+}
 
 std::vector<std::string> split(const std::string& text, char separator) {
     std::vector<std::string> parts;
@@ -33,9 +35,9 @@ bool parseTime(const std::string& text, int& hour, int& minute) {
 
 void setDays(HalvoraSDKBraceletAlarm& alarm, const std::string& days) {
     static const std::map<std::string, bool HalvoraSDKBraceletAlarm::*> kDays = {
-        {"mon", &HalvoraSDKBraceletAlarm::monday},   {"tue", &HalvoraSDKBraceletAlarm::tuesday},
+        {"mon", &HalvoraSDKBraceletAlarm::monday},    {"tue", &HalvoraSDKBraceletAlarm::tuesday},
         {"wed", &HalvoraSDKBraceletAlarm::wednesday}, {"thu", &HalvoraSDKBraceletAlarm::thursday},
-        {"fri", &HalvoraSDKBraceletAlarm::friday},   {"sat", &HalvoraSDKBraceletAlarm::saturday},
+        {"fri", &HalvoraSDKBraceletAlarm::friday},    {"sat", &HalvoraSDKBraceletAlarm::saturday},
         {"sun", &HalvoraSDKBraceletAlarm::sunday}};
     std::vector<std::string> names;
     if (days == "daily") {
@@ -65,7 +67,8 @@ void addFlag(std::vector<SettingStep>& plan, const std::optional<int>& value, co
 void addNumber(std::vector<SettingStep>& plan, const std::optional<int>& value, const char* label, std::int32_t code,
                int low, int high, void (HalvoraSDKManager::*operation)(std::int32_t)) {
     if (!value) return;
-    if (*value < low || *value > high) bad(std::string(label) + " must be from " + std::to_string(low) + " to " + std::to_string(high));
+    if (*value < low || *value > high)
+        bad(std::string(label) + " must be from " + std::to_string(low) + " to " + std::to_string(high));
     const int v = *value;
     plan.push_back({label, [operation, v](HalvoraSDKManager& m) { (m.*operation)(v); }, code, {}, {}, 1});
 }
@@ -94,7 +97,8 @@ HalvoraSDKBraceletSedentaryAlarm parseSedentary(const std::string& text) {
         bad("the sedentary interval must be a number of minutes, got \"" + parts[0] + "\"");
     }
     if (alarm.interval < 1 || alarm.interval > 999) bad("the sedentary interval must be from 1 to 999 minutes");
-    if (!parseTime(parts[1], alarm.startHour, alarm.startMinute) || !parseTime(parts[2], alarm.endHour, alarm.endMinute)) {
+    if (!parseTime(parts[1], alarm.startHour, alarm.startMinute) ||
+        !parseTime(parts[2], alarm.endHour, alarm.endMinute)) {
         bad("the sedentary reminder's times must be HH:MM");
     }
     return alarm;
@@ -127,10 +131,18 @@ std::vector<SettingStep> settingsPlan(const BraceletSettings& s, Session& sessio
         // The bracelet's answer to a unit change carries no confirmation the kit reports.
         // The manager has no operation for it: the tool asks the bracelet's driver itself.
         const int unit = *s.units;
-        plan.push_back({"units", [unit](M& m) {
-                            auto bracelet = std::dynamic_pointer_cast<HalvoraSDKBracelet>(m.driverForKind(DeviceTypeBracelet));
-                            if (bracelet) bracelet->configureDistanceUnit(unit);
-                        }, {}, {}, {}, 1});
+        plan.push_back({"units",
+                        [unit](M& m) {
+                            // Driver commands run on the driver's callback queue, like the manager's.
+                            auto bracelet =
+                                std::dynamic_pointer_cast<HalvoraSDKBracelet>(m.driverForKind(DeviceTypeBracelet));
+                            auto queue = bracelet ? bracelet->context().callbackQueue : nullptr;
+                            if (queue) queue->async([bracelet, unit] { bracelet->configureDistanceUnit(unit); });
+                        },
+                        {},
+                        {},
+                        {},
+                        1});
     }
     if (s.date) {
         const Date date = parseBraceletDate(*s.date, session);
@@ -161,12 +173,16 @@ std::vector<SettingStep> settingsPlan(const BraceletSettings& s, Session& sessio
         const auto parts = split(text, ',');
         if (parts.size() == 2 && parts[1] == "off" && (parts[0] == "1" || parts[0] == "2")) {
             const bool secondary = parts[0] == "2";
-            plan.push_back({"alarm " + parts[0], [secondary](M& m) { m.disableBraceletAlarm(secondary); }, 11, 12, {},
-                            alarms});
+            plan.push_back(
+                {"alarm " + parts[0], [secondary](M& m) { m.disableBraceletAlarm(secondary); }, 11, 12, {}, alarms});
         } else {
             const auto alarm = parseAlarm(text);
             plan.push_back({std::string("alarm ") + (alarm.secondaryAlarm ? "2" : "1"),
-                            [alarm](M& m) { m.configureBraceletAlarm(alarm); }, 11, 12, {}, alarms});
+                            [alarm](M& m) { m.configureBraceletAlarm(alarm); },
+                            11,
+                            12,
+                            {},
+                            alarms});
         }
     }
     if (s.text) {

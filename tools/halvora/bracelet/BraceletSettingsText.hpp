@@ -15,7 +15,7 @@ namespace halvora::cli {
 
 /// One setting to send, and how the bracelet confirms it.
 struct SettingStep {
-    std::string label;                            ///< "height", "alarm 2", ...
+    std::string label;  ///< "height", "alarm 2", ...
     std::function<void(HalvoraSDKManager&)> send;
     std::optional<std::int32_t> code;             ///< the confirmation code, if the bracelet sends one
     std::optional<std::int32_t> alternativeCode;  ///< a second code that confirms it too (alarms)
