@@ -68,23 +68,25 @@ void BraceletSession::waitFor(const std::function<bool()>& done, double seconds,
     }
 }
 
-std::vector<HistoryRecord> downloadHistory(BraceletSession& bracelet, double timeout, bool progress) {
+std::vector<HistoryRecord> downloadHistory(Session& session, BraceletListener& listener, double timeout,
+                                           bool progress) {
     ProgressBar bar("history");
     if (progress) {
-        bracelet.listener().setProgressWatcher(
+        listener.setProgressWatcher(
             [&bar](std::int32_t package, std::int32_t total) { bar.update(package, total, "packages"); });
     }
-    const std::size_t before = bracelet.listener().syncs().size();
+    const std::size_t before = listener.syncs().size();
     // The bracelet's last package reaches the application with the next download: a second download,
     // which finds nothing new on the bracelet, brings it.
-    for (std::size_t round = 1; round <= 2; ++round) {
-        bracelet.manager().synchronizeBraceletHistoryData();
-        bracelet.waitFor([&] { return bracelet.listener().syncs().size() >= before + round; }, timeout,
-                         "finish its history download");
+    bool finished = true;
+    for (std::size_t round = 1; round <= 2 && finished; ++round) {
+        session.manager().synchronizeBraceletHistoryData();
+        finished = session.waitUntil([&] { return listener.syncs().size() >= before + round; }, seconds(timeout));
     }
-    bracelet.listener().setProgressWatcher({});
+    listener.setProgressWatcher({});
     bar.finish();
-    auto all = bracelet.listener().syncs();
+    if (!finished) throw CliError(ExitDeviceError, "the bracelet did not finish its history download");
+    const auto all = listener.syncs();
     return historyRecords({all.begin() + static_cast<std::ptrdiff_t>(before), all.end()});
 }
 
@@ -114,7 +116,7 @@ int runBraceletSync(Session& session, const std::optional<std::string>& csvPath,
     std::optional<CsvWriter> csv;
     if (csvPath) csv.emplace(*csvPath, historyCsvHeader());
     BraceletSession bracelet(session, timeout);
-    const auto records = downloadHistory(bracelet, kDownloadSeconds, !session.printer().json());
+    const auto records = downloadHistory(session, bracelet.listener(), kDownloadSeconds, !session.printer().json());
     printHistory(session.printer(), records);
     if (csv) {
         for (const auto& r : records) csv->row(historyCsvRow(r));

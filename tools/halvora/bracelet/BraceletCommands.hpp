@@ -47,9 +47,11 @@ private:
     std::shared_ptr<BraceletListener> listener_;
 };
 
-/// Downloads the whole history: the download, then a second one that brings the records the bracelet's
-/// last package left for the next download (see the README). `progress` draws a bar on a terminal.
-std::vector<HistoryRecord> downloadHistory(BraceletSession& bracelet, double timeout, bool progress);
+/// Downloads the whole history of the connected bracelet, through `listener` (set as the bracelet
+/// delegate): the download, then a second one that brings the records the bracelet's last package left for
+/// the next download (see the README). `progress` draws a bar on a terminal. Throws CliError when a download
+/// does not finish within `timeout` seconds.
+std::vector<HistoryRecord> downloadHistory(Session& session, BraceletListener& listener, double timeout, bool progress);
 
 int runBraceletSteps(Session& session, double timeout);
 int runBraceletHeart(Session& session, double timeout);
