@@ -12,6 +12,7 @@ class HalvoraThermometerDelegate;
 class HalvoraBabyThermometerDelegate;
 class HalvoraWeightScaleDelegate;
 class HalvoraBraceletDelegate;
+class HalvoraBraceletRM830Delegate;
 
 /// Where a driver finds the application's delegate of its kind at the moment of delivery. The manager
 /// implements it (every getter answers the delegate the application set, or nothing); a test can hand a
@@ -36,6 +37,8 @@ public:
     virtual std::shared_ptr<HalvoraWeightScaleDelegate> weightscaleDelegate() const { return nullptr; }
     /// The text-command bracelet's delegate.
     virtual std::shared_ptr<HalvoraBraceletDelegate> braceletDelegate() const { return nullptr; }
+    /// The RM830 bracelet's delegate.
+    virtual std::shared_ptr<HalvoraBraceletRM830Delegate> braceletRM830Delegate() const { return nullptr; }
 };
 
 }  // namespace halvora

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "halvora/Core/ApplicationDelegates.hpp"
+#include "halvora/Core/DeviceConnector.hpp"
 #include "halvora/Core/Log.hpp"
 #include "halvora/Runtime/Executor.hpp"
 #include "halvora/Runtime/SerialQueue.hpp"
@@ -27,6 +28,8 @@ struct DriverContext {
     std::shared_ptr<PreferenceUtils> preferences;
     /// The application's delegates (the manager), held weakly; empty: nothing is delivered.
     std::weak_ptr<ApplicationDelegates> delegates;
+    /// The manager, for a driver that asks for another kind to be connected; empty: such requests are dropped.
+    std::weak_ptr<DeviceConnector> connector;
 
     /// The log lines go to: the context's log, else the process-wide one.
     Log& logger() const { return log ? *log : Log::shared(); }
