@@ -234,6 +234,32 @@ TEST(BloodPressureFlow, LinkLossUnregistersTheDriver) {
     EXPECT_TRUE(lab.app->has("heart status -1"));
 }
 
+// The link drops between the driver's ready report and the manager's delayed ready step: the step must not
+// bring the driver back, or the manager would call a lost device connected and never search for it again.
+TEST(BloodPressureFlow, LinkLostJustAfterReadyIsNotReportedReady) {
+    LabHarness lab;
+    auto monitor = lab.add(lab::VirtualHeartDevice::make(kMonitorA));
+    lab.manager->connectDevice(DeviceTypeHeart, 30);
+    const auto readyLogged = [&] {
+        for (const auto& line : lab.logLines()) {
+            if (line.rfind("HalvoraSDK:  deviceReady:", 0) == 0) return true;
+        }
+        return false;
+    };
+    ASSERT_TRUE(lab.runUntil(readyLogged, seconds(10)));
+    monitor->dropLink();
+    lab.advance(seconds(1));
+    EXPECT_FALSE(lab.app->has("status 0 -> 2"));
+    EXPECT_FALSE(lab.manager->isDeviceConnected(DeviceTypeHeart));
+    EXPECT_EQ(lab.manager->driverForKind(DeviceTypeHeart), nullptr);
+
+    // The request was never fulfilled: the manager goes on searching and connects the monitor again.
+    EXPECT_TRUE(lab.manager->isPending(DeviceTypeHeart));
+    EXPECT_EQ(lab.manager->getDeviceStatus(DeviceTypeHeart), ConnectionStatusSearching);
+    ASSERT_TRUE(lab.runUntilEvent("status 0 -> 2", seconds(10)));
+    EXPECT_TRUE(monitor->isConnected());
+}
+
 TEST(BloodPressureFlow, PowerOffTearsEveryDriverDownAndReportsTwice) {
     LabHarness lab;
     lab.add(lab::VirtualHeartDevice::make(kMonitorA));
@@ -324,7 +350,8 @@ TEST(BloodPressureFlow, RestoredPeripheralsAreReusedWithoutAScan) {
     lab.add(lab::VirtualHeartDevice::make(kMonitorA));
     // A first application run connects the monitor under a restore identifier...
     {
-        auto first = HalvoraSDKManager::create(ManagerEnvironment{lab.executor, lab.transport, lab.preferences, lab.log, "179"});
+        auto first =
+            HalvoraSDKManager::create(ManagerEnvironment{lab.executor, lab.transport, lab.preferences, lab.log, "179"});
         first->setCentralManagerIdentifiers({"halvora-restore"});
         lab.executor->runUntilIdle();
         first->connectDevice(DeviceTypeHeart, 30);

@@ -12,7 +12,9 @@ namespace {
 constexpr std::int32_t kLinkConnected = 2;
 constexpr std::int32_t kLinkDown = 0;
 
-std::string errorText(const OptionalError& error) { return error ? error->description : "(null)"; }
+std::string errorText(const OptionalError& error) {
+    return error ? error->description : "(null)";
+}
 
 }  // namespace
 
@@ -134,6 +136,13 @@ void HalvoraSDKManager::deviceReady(const std::shared_ptr<BLEDevice>& device) {
 
 void HalvoraSDKManager::markReady(const std::shared_ptr<BLEDevice>& device) {
     const DeviceKind kind = device->getType();
+    // The link may have dropped during the ready delay: the disconnection has already been reported and the
+    // driver let go, so a late ready would bring a lost device back as connected.
+    const auto peripheral = device->device();
+    if (!peripheral || peripheral->state() != PeripheralState::Connected) {
+        log().writef("HalvoraSDK:  link lost before ready: %d", kind);
+        return;
+    }
     registerDriver(kind, device);
     sendStatus(kind, ConnectionStatusReady);
     // The connect request for the kind is fulfilled.

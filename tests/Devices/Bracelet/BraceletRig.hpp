@@ -109,7 +109,7 @@ public:
     std::shared_ptr<FakePeripheral> peripheral =
         std::make_shared<FakePeripheral>("6D1E0F2A-0000-4000-8000-0000000000B1", Driver::getName());
     std::shared_ptr<Driver> driver =
-        std::make_shared<Driver>(DriverContext{executor, callbackQueue, log, preferences, application});
+        std::make_shared<Driver>(DriverContext{executor, callbackQueue, log, preferences, application, {}});
 };
 
 }  // namespace halvora::test

@@ -41,7 +41,7 @@ TEST(BraceletThreaded, DriverOnTheCallbackQueueWhileTheApplicationReadsItsState)
                            {{HalvoraSDKBracelet::readCharacteristicUUID(), CharacteristicPropertyNotify},
                             {HalvoraSDKBracelet::sendCharacteristicUUID(), CharacteristicPropertyWrite}});
     auto driver = std::make_shared<HalvoraSDKBracelet>(DriverContext{
-        executor, queue, log, std::make_shared<PreferenceUtils>(folder.file("preferences"), log.get()), application});
+        executor, queue, log, std::make_shared<PreferenceUtils>(folder.file("preferences"), log.get()), application, {}});
     auto play = [&](const std::string& text) {
         peripheral->playNotification(HalvoraSDKBracelet::readCharacteristicUUID(), {text.begin(), text.end()});
     };

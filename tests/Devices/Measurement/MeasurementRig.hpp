@@ -37,7 +37,7 @@ public:
         peripheral->addService(Driver::rsServiceUUID(),
                                {{Driver::readCharacteristicUUID(), CharacteristicPropertyNotify},
                                 {Driver::sendCharacteristicUUID(), CharacteristicPropertyWriteWithoutResponse}});
-        driver = std::make_shared<Driver>(DriverContext{executor, nullptr, log, nullptr, manager});
+        driver = std::make_shared<Driver>(DriverContext{executor, nullptr, log, nullptr, manager, {}});
         driver->setPeripheral(peripheral, reports);
         setApplicationDelegate(app);
         if (connect) connectAll();

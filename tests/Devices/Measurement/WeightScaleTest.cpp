@@ -219,6 +219,19 @@ TEST(HalvoraSDKWeightScale, UserParameterFrameCarriesSexAgeHeightUnitAndXor) {
     }
 }
 
+// A scale streaming live weights: every weighing frame sends the parameters again, but only one repeat
+// stays pending, so the scale is not sent one extra frame every two seconds per frame it streamed.
+TEST(HalvoraSDKWeightScale, StreamedWeighingFramesKeepOneRepeatPending) {
+    if (!freshProcess()) GTEST_SKIP() << "a two-part result was already seen in this process";
+    Scale scale(false);
+    for (int i = 0; i < 5; ++i) scale.notifyRead("CA 11 00 00 00 03 0D");
+    EXPECT_EQ(scale.peripheral->writes.size(), 5U);
+    scale.executor->advance(seconds(2.001));
+    EXPECT_EQ(scale.peripheral->writes.size(), 6U);
+    scale.executor->advance(seconds(2));
+    EXPECT_EQ(scale.peripheral->writes.size(), 7U);
+}
+
 TEST(HalvoraSDKWeightScale, ParametersRepeatEveryTwoSecondsUntilATwoPartResultIsSeen) {
     if (!freshProcess()) GTEST_SKIP() << "a two-part result was already seen in this process";
     Scale scale(false);  // one service: one discovery, one repeat chain

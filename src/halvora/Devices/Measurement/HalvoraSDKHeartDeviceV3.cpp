@@ -2,6 +2,8 @@
 
 #include <array>
 
+#include "halvora/Core/internal/Saturating.hpp"
+
 namespace halvora {
 
 namespace {
@@ -74,7 +76,7 @@ void HalvoraSDKHeartDeviceV3::parseFrame(std::span<const std::uint8_t> frame) {
             reportDeviceError(errorCodeFor(frame[7]));
         }
     } else if (frame.size() == kProgressFrameLength && frame[0] == kFrameStart) {
-        ++progressCount_;
+        internal::incrementSaturating(progressCount_);
         reportData(static_cast<std::int32_t>(frame[5]));
     }
 }

@@ -286,12 +286,20 @@ void HalvoraSDKWeightScale::startMeasurement() {
     armRepeat();
 }
 
+// The scale asks for the parameters again with every weighing frame, and a scale streams live weights
+// several times a second. Each frame still sends the parameters at once, but only one check that repeats
+// them is kept pending: one per frame would leave a chain of checks per frame streamed, each sending the
+// frame every two seconds, without bound.
 void HalvoraSDKWeightScale::armRepeat() {
     const auto& executor = context().executor;
     if (!executor) return;
+    if (repeatPending_.exchange(true)) return;
     std::weak_ptr<BLEDevice> weak = weak_from_this();
     executor->mainQueue()->asyncAfter(seconds(kRepeatInterval), [weak] {
-        if (auto self = std::static_pointer_cast<HalvoraSDKWeightScale>(weak.lock())) self->repeatIfNoResultYet();
+        auto self = std::static_pointer_cast<HalvoraSDKWeightScale>(weak.lock());
+        if (!self) return;
+        self->repeatPending_ = false;
+        self->repeatIfNoResultYet();
     });
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -185,6 +186,8 @@ private:
     void deliverResult(const HalvoraSDKWeightScaleData& data);
 
     mutable std::mutex gattMutex_;
+    /// A check that may repeat the parameter frame is waiting on the main queue (at most one at a time).
+    std::atomic<bool> repeatPending_{false};
     std::shared_ptr<Service> rs232Service_;
     std::shared_ptr<Characteristic> bodyCharacteristic_;
     std::shared_ptr<Characteristic> readCharacteristic_;
