@@ -3,7 +3,7 @@ PRESET ?= default
 BUILD_DIR = build/$(PRESET)
 HALVORA = build/default/tools/halvora/halvora
 
-.PHONY: setup configure build test demo test-asan test-tsan release package docs install clean
+.PHONY: setup configure build test demo test-asan test-tsan release package docs install clean fuzz-build fuzz fuzz-ci
 
 setup:
 	./scripts/install-deps.sh
@@ -37,6 +37,19 @@ release:
 # A Debian package of the library, headers, CMake and pkg-config files and the tool, in build/release.
 package: release
 	cd build/release && cpack -G DEB
+
+# The libFuzzer targets (clang, AddressSanitizer + UndefinedBehaviorSanitizer); see fuzz/README.md.
+FUZZ_SECONDS ?= 600
+fuzz-build: setup
+	cmake --preset fuzz
+	cmake --build --preset fuzz
+
+# Every target for FUZZ_SECONDS (make fuzz FUZZ_SECONDS=3600 for a long run); CI runs them for 30 s.
+fuzz: fuzz-build
+	fuzz/run.sh $(FUZZ_SECONDS)
+
+fuzz-ci: fuzz-build
+	fuzz/run.sh 30
 
 docs: configure
 	cmake --build --preset default --target docs

@@ -9,6 +9,7 @@ packages=(
   libcli11-dev nlohmann-json3-dev
   libsdbus-c++-dev libsystemd-dev dbus-daemon
   doxygen
+  clang-14 libclang-rt-14-dev
 )
 
 missing=()

@@ -1,0 +1,7 @@
+// The text-command bracelet's notification path and commands, fed event scripts (see support/FuzzEvents.hpp).
+#include "support/DriverFuzzer.hpp"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static const auto& target = halvora::fuzz::driverTarget("bracelet_notifications");
+    return halvora::fuzz::runDriverScript(target, {data, size});
+}

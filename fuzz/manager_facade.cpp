@@ -1,0 +1,144 @@
+// The manager with every virtual device of the default lab in range: facade calls interleaved with frames
+// the devices send (any bytes, on any of their characteristics), links dropped, Bluetooth switched off and
+// on, time stepped. Script: an operation byte (modulo 6) and its operands, as for the driver targets.
+#include <filesystem>
+
+#include "LabCatalog.hpp"
+#include "LabFile.hpp"
+#include "halvora/Core/Log.hpp"
+#include "halvora/Core/PreferenceUtils.hpp"
+#include "halvora/Manager/HalvoraSDKManager.hpp"
+#include "halvora/Runtime/VirtualExecutor.hpp"
+#include "lab/LabTransport.hpp"
+#include "lab/Radio.hpp"
+#include "support/DriverFuzzer.hpp"
+#include "support/FuzzInput.hpp"
+#include "support/SinkApplication.hpp"
+
+namespace halvora::fuzz {
+namespace {
+
+using FacadeCall = std::function<void(HalvoraSDKManager&, FuzzInput&)>;
+
+DeviceKind kindFrom(FuzzInput& input) {
+    return static_cast<DeviceKind>(static_cast<int>(input.byte() % 13) - 1);  // -1 .. 11: unknown kinds too
+}
+
+const std::vector<FacadeCall>& facadeCalls() {
+    static const std::vector<FacadeCall> calls = {
+        [](HalvoraSDKManager& m, FuzzInput& in) { m.connectDevice(kindFrom(in), in.byte()); },
+        [](HalvoraSDKManager& m, FuzzInput& in) { m.disconnectDevice(kindFrom(in)); },
+        [](HalvoraSDKManager& m, FuzzInput&) { m.disconnectDevice(); },
+        [](HalvoraSDKManager& m, FuzzInput&) { m.scanAllDevices(); },
+        [](HalvoraSDKManager& m, FuzzInput&) { m.stopScan(); },
+        [](HalvoraSDKManager& m, FuzzInput&) { m.checkBracelet(); },
+        [](HalvoraSDKManager& m, FuzzInput& in) { (void)m.startMeasurement(kindFrom(in)); },
+        [](HalvoraSDKManager& m, FuzzInput& in) { m.checkBatteryLevel(kindFrom(in)); },
+        [](HalvoraSDKManager& m, FuzzInput& in) { (void)m.getDeviceStatus(kindFrom(in)); },
+        [](HalvoraSDKManager& m, FuzzInput& in) { (void)m.sendThermometerCommand(in.integer()); },
+        [](HalvoraSDKManager& m, FuzzInput& in) {
+            m.setWeightScaleParams(in.flag() ? "lb" : "kg", in.byte(), in.byte(), in.byte());
+        },
+        [](HalvoraSDKManager& m, FuzzInput&) { m.synchronizeBraceletHistoryData(); },
+        [](HalvoraSDKManager& m, FuzzInput&) { m.getBraceletCurrentSteps(); },
+        [](HalvoraSDKManager& m, FuzzInput&) { m.getBraceletHeartBeat(); },
+        [](HalvoraSDKManager& m, FuzzInput&) { m.getBraceletBattery(); },
+        [](HalvoraSDKManager& m, FuzzInput& in) { m.configureBraceletStepTarget(in.integer()); },
+        [](HalvoraSDKManager& m, FuzzInput& in) { m.sendBraceletStartOrFinishExercise(in.byte()); },
+    };
+    return calls;
+}
+
+/// The manager and the default lab, on the virtual executor.
+class LabWorld {
+public:
+    LabWorld() {
+        const auto file = std::filesystem::path(scratchFolder()) / "manager-preferences";
+        std::error_code ignored;
+        std::filesystem::remove(file, ignored);
+        preferences_ = std::make_shared<PreferenceUtils>(file, log_.get());
+        auto description = cli::LabDescription::defaultLab();
+        for (auto& entry : description.devices) {
+            auto device = cli::LabCatalog::find(entry.className)->make(entry);
+            radio_->addPeripheral(device);
+            devices_.push_back(device);
+        }
+        manager_ = HalvoraSDKManager::create(ManagerEnvironment{executor_, transport_, preferences_, log_, "179"});
+        sinks_ = installSinkDelegates(*manager_);
+        manager_->initCentralManagerWithoutBackgroundMode();
+        executor_->runUntilIdle();
+    }
+
+    ~LabWorld() {
+        manager_->stopScan();
+        for (DeviceKind kind = DeviceTypeHeart; kind <= kHighestDeviceKind; ++kind) {
+            if (manager_->driverForKind(kind)) manager_->disconnectDevice(kind);
+        }
+        executor_->advance(std::chrono::seconds(130));
+        executor_->dropPending();
+    }
+
+    void step(FuzzInput& input) {
+        switch (input.byte() % 6) {
+            case 0: {
+                const auto& call = facadeCalls()[input.byte() % facadeCalls().size()];
+                call(*manager_, input);
+                executor_->runUntilIdle();
+                break;
+            }
+            case 1:
+                sendFrame(input);
+                break;
+            case 2: {
+                const int n = input.byte();
+                executor_->advance(std::chrono::milliseconds(n * n * 4));
+                break;
+            }
+            case 3:
+                devices_[input.byte() % devices_.size()]->dropLink();
+                executor_->runUntilIdle();
+                break;
+            case 4:
+                radio_->setPoweredOn(input.flag());
+                executor_->runUntilIdle();
+                break;
+            default:
+                executor_->runUntilIdle();
+                break;
+        }
+    }
+
+private:
+    void sendFrame(FuzzInput& input) {
+        const auto& device = devices_[input.byte() % devices_.size()];
+        std::vector<BLEUUID> characteristics;
+        const auto gatt = device->gattTable();
+        for (const auto& service : gatt.services()) {
+            for (const auto& c : service.characteristics) characteristics.push_back(c.uuid);
+        }
+        const std::size_t index = input.byte();
+        const auto value = input.bytes(input.byte());
+        if (characteristics.empty()) return;
+        device->notify(characteristics[index % characteristics.size()], value);
+        executor_->runUntilIdle();
+    }
+
+    std::shared_ptr<VirtualExecutor> executor_ = VirtualExecutor::create();
+    std::shared_ptr<lab::Radio> radio_ = std::make_shared<lab::Radio>(executor_, 1);
+    std::shared_ptr<lab::LabTransport> transport_ = std::make_shared<lab::LabTransport>(radio_);
+    std::shared_ptr<Log> log_ = std::make_shared<Log>([](const std::string&) {});
+    std::shared_ptr<PreferenceUtils> preferences_;
+    std::vector<std::shared_ptr<lab::VirtualPeripheral>> devices_;
+    std::shared_ptr<HalvoraSDKManager> manager_;
+    std::shared_ptr<void> sinks_;
+};
+
+}  // namespace
+}  // namespace halvora::fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    halvora::fuzz::FuzzInput input({data, size});
+    halvora::fuzz::LabWorld world;
+    while (!input.empty()) world.step(input);
+    return 0;
+}
