@@ -11,6 +11,7 @@ const std::vector<LabClass>& LabCatalog::classes() {
         std::vector<LabClass> classes;
         addMeasurementLabClasses(classes);
         addBraceletLabClasses(classes);
+        addRM830LabClasses(classes);
         // In recognition order, as the kit tries the classes.
         const auto order = [](const LabClass& c) {
             const auto& rows = RecognitionTable::rows();

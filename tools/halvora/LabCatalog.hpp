@@ -50,5 +50,6 @@ public:
 void addMeasurementLabClasses(std::vector<LabClass>& classes);
 void addTemperatureLabClasses(std::vector<LabClass>& classes);
 void addBraceletLabClasses(std::vector<LabClass>& classes);
+void addRM830LabClasses(std::vector<LabClass>& classes);
 
 }  // namespace halvora::cli

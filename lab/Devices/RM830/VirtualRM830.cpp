@@ -1,0 +1,514 @@
+#include "lab/Devices/RM830/VirtualRM830.hpp"
+
+#include <algorithm>
+#include <set>
+#include <span>
+
+#include "halvora/Core/Calendar.hpp"
+#include "halvora/Core/Log.hpp"
+#include "lab/Devices/RM830/RM830History.hpp"
+#include "lab/Devices/RM830/internal/RM830Answers.hpp"
+#include "lab/Devices/RM830/internal/RM830Command.hpp"
+#include "lab/Devices/RM830/internal/RM830Protocol.hpp"
+
+namespace halvora::lab {
+
+namespace {
+
+constexpr int kCentury = 2000;
+constexpr int kTmYearBase = 1900;
+constexpr std::int64_t kDaySeconds = 86400;
+constexpr int kQuarterSeconds = 900;
+constexpr int kMinHeartRate = 1;
+constexpr int kMaxHeartRate = 255;
+constexpr int kCentimetresPerDistanceUnit = 1000;       // a hundredth of a kilometre
+constexpr std::uint8_t kStrayKinds = rm830::kDayFrame;  // byte 1 of a stray frame: 0x00 to 0xEF
+
+/// The time of these fields, when they name a real calendar time.
+std::optional<BraceletTime> realTime(int year, int month, int day, int hour, int minute, int second) {
+    const std::chrono::year_month_day date{std::chrono::year{year}, std::chrono::month{static_cast<unsigned>(month)},
+                                           std::chrono::day{static_cast<unsigned>(day)}};
+    if (!date.ok() || hour > 23 || minute > 59 || second > 59) return std::nullopt;
+    return BraceletTime{year, month, day, hour, minute, second};
+}
+
+bool validHourMinute(std::optional<int> hour, std::optional<int> minute) {
+    return hour && minute && *hour <= 23 && *minute <= 59;
+}
+
+bool contains(const std::vector<std::uint8_t>& codes, std::uint8_t code) {
+    return std::find(codes.begin(), codes.end(), code) != codes.end();
+}
+
+}  // namespace
+
+VirtualRM830::VirtualRM830(VirtualPeripheralConfig config) : VirtualPeripheral(std::move(config)) {
+    addService(kService);
+    addCharacteristic(kService, kWrite, CharacteristicPropertyWrite | CharacteristicPropertyWriteWithoutResponse);
+    addCharacteristic(kService, kNotify, CharacteristicPropertyNotify);
+}
+
+VirtualRM830::~VirtualRM830() = default;
+
+std::shared_ptr<VirtualRM830> VirtualRM830::make(const std::string& identifier, int rssi, const std::string& name) {
+    VirtualPeripheralConfig config;
+    config.identifier = identifier;
+    config.name = name;
+    config.localName = name;
+    config.rssi = rssi;
+    config.advertisedServices = {kService};
+    return std::make_shared<VirtualRM830>(config);
+}
+
+std::optional<std::array<std::uint8_t, 4>> VirtualRM830::versionBytes(const std::string& text) {
+    return rm830::versionBytes(text);
+}
+
+// ---------------------------------------------------------------- script and state
+
+void VirtualRM830::setScript(const RM830Script& script) {
+    std::lock_guard lock(mutex_);
+    script_ = script;
+    addedSteps_ = 0;
+    heartPackets_.reset();
+    if (script.clock) anchorClock(*script.clock);
+    clockWaitsForRadio_ = script.clock && !radio();
+}
+
+RM830Script VirtualRM830::script() const {
+    std::lock_guard lock(mutex_);
+    return script_;
+}
+
+RM830Settings VirtualRM830::settings() const {
+    std::lock_guard lock(mutex_);
+    RM830Settings settings = settings_;
+    settings.clock = clockNow();
+    settings.realTimeSteps = realTimeStream_ != 0;
+    settings.realTimeHeartRate = heartRateStream_ != 0;
+    return settings;
+}
+
+std::vector<std::vector<std::uint8_t>> VirtualRM830::framesReceived() const {
+    std::lock_guard lock(mutex_);
+    return {frames_.begin(), frames_.end()};
+}
+
+int VirtualRM830::rejectedFrames() const {
+    std::lock_guard lock(mutex_);
+    return rejectedFrames_;
+}
+
+int VirtualRM830::updateModeRequests() const {
+    std::lock_guard lock(mutex_);
+    return settings_.updateModeRequests;
+}
+
+BraceletTime VirtualRM830::clockNow() const {
+    if (!clockAnchor_) return labLocalTime();
+    if (clockWaitsForRadio_) return *clockAnchor_;
+    const auto elapsed = std::chrono::duration_cast<std::chrono::seconds>(now() - clockAnchoredAt_).count();
+    return clockAnchor_->plusSeconds(elapsed);
+}
+
+BraceletTime VirtualRM830::labLocalTime() const {
+    const std::tm local = Calendar::toLocal(date());
+    return {local.tm_year + kTmYearBase, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
+            std::min(local.tm_sec, 59)};
+}
+
+void VirtualRM830::anchorClock(const BraceletTime& time) {
+    clockAnchor_ = time;
+    clockAnchoredAt_ = now();
+    clockWaitsForRadio_ = false;
+}
+
+// ---------------------------------------------------------------- link (lab queue)
+
+void VirtualRM830::onConnected() {
+    std::lock_guard lock(mutex_);
+    ++generation_;
+    if (clockWaitsForRadio_) anchorClock(*clockAnchor_);
+}
+
+void VirtualRM830::onDisconnected() {
+    std::lock_guard lock(mutex_);
+    ++generation_;
+    outbox_.clear();
+    pumping_ = false;
+    realTimeStream_ = 0;
+    heartRateStream_ = 0;
+}
+
+void VirtualRM830::onWrite(const BLEUUID& characteristic, const std::vector<std::uint8_t>& value, WriteType) {
+    if (characteristic != kWrite) return;
+    handleFrame(value);
+}
+
+// ---------------------------------------------------------------- commands
+
+VirtualRM830::Handler VirtualRM830::handlerFor(std::uint8_t code) {
+    static const std::vector<std::pair<std::uint8_t, Handler>> table = {
+        {rm830::kSetClock, &VirtualRM830::onSetClock},
+        {rm830::kReadClock, &VirtualRM830::onReadClock},
+        {rm830::kSetTimeFormat, &VirtualRM830::onSetTimeFormat},
+        {rm830::kReadTimeFormat, &VirtualRM830::onReadTimeFormat},
+        {rm830::kSetPersonalData, &VirtualRM830::onSetPersonalData},
+        {rm830::kReadPersonalData, &VirtualRM830::onReadPersonalData},
+        {rm830::kSetStepGoal, &VirtualRM830::onSetStepGoal},
+        {rm830::kSetMonitoring, &VirtualRM830::onSetMonitoring},
+        {rm830::kSetMonitoringWindow, &VirtualRM830::onSetMonitoringWindow},
+        {rm830::kReadVersion, &VirtualRM830::onReadVersion},
+        {rm830::kUpdateMode, &VirtualRM830::onUpdateMode},
+        {rm830::kStartRealTime, &VirtualRM830::onStartRealTime},
+        {rm830::kStopRealTime, &VirtualRM830::onStopRealTime},
+        {rm830::kRealTimeHeartRate, &VirtualRM830::onRealTimeHeartRate},
+        {rm830::kHeartRate, &VirtualRM830::onHeartRate},
+        {rm830::kDatesWithData, &VirtualRM830::onDatesWithData},
+        {rm830::kHistoryDay, &VirtualRM830::onHistoryDay},
+        {rm830::kHeartHistory, &VirtualRM830::onHeartHistory},
+    };
+    for (const auto& [known, handler] : table) {
+        if (known == code) return handler;
+    }
+    return nullptr;
+}
+
+void VirtualRM830::handleFrame(const std::vector<std::uint8_t>& value) {
+    std::optional<RM830Command> command;
+    Reply reply;
+    bool lost = false;
+    {
+        std::lock_guard lock(mutex_);
+        recordFrame(value);
+        command = RM830Command::parse(value);
+        if (!command) {
+            ++rejectedFrames_;
+        } else {
+            ++commandCount_;
+            const std::uint8_t code = command->code();
+            lost = answerIsLost(code);
+            const Handler handler = fails(code) ? nullptr : handlerFor(code);
+            reply = handler ? (this->*handler)(*command) : answer(RM830Answers::error(code));
+        }
+    }
+    if (!command) {
+        Log::shared().writef("Lab: RM830 %s ignores a write of %zu bytes (not a frame, or a wrong checksum)",
+                             identifier().c_str(), value.size());
+        return;
+    }
+    if (lost) {
+        Log::shared().writef("Lab: RM830 %s loses its answer to command 0x%02X", identifier().c_str(),
+                             static_cast<unsigned>(command->code()));
+    } else {
+        send(std::move(reply.notifications));
+    }
+    if (reply.then) reply.then();
+}
+
+void VirtualRM830::recordFrame(const std::vector<std::uint8_t>& value) {
+    frames_.push_back(value);
+    if (frames_.size() > kMaxRecordedFrames) frames_.pop_front();
+}
+
+bool VirtualRM830::answerIsLost(std::uint8_t code) const {
+    const auto& faults = script_.faults;
+    if (faults.loseAnswerToCommand && *faults.loseAnswerToCommand == commandCount_) return true;
+    return contains(faults.loseAnswersTo, code);
+}
+
+bool VirtualRM830::fails(std::uint8_t code) const {
+    return contains(script_.faults.failCodes, code);
+}
+
+VirtualRM830::Reply VirtualRM830::answer(Frame frame) const {
+    return {{std::move(frame)}, nullptr};
+}
+
+VirtualRM830::Reply VirtualRM830::onSetClock(const RM830Command& command) {
+    const auto year = command.bcd(1);
+    const auto month = command.bcd(2);
+    const auto day = command.bcd(3);
+    const auto hour = command.bcd(4);
+    const auto minute = command.bcd(5);
+    const auto second = command.bcd(6);
+    std::optional<BraceletTime> time;
+    if (year && month && day && hour && minute && second) {
+        time = realTime(kCentury + *year, *month, *day, *hour, *minute, *second);
+    }
+    if (!time) return answer(RM830Answers::error(command.code()));
+    anchorClock(*time);
+    settings_.clockSetByPhone = true;
+    return answer(RM830Answers::acknowledgement(command.code()));
+}
+
+VirtualRM830::Reply VirtualRM830::onReadClock(const RM830Command&) {
+    return answer(RM830Answers::clock(clockNow()));
+}
+
+VirtualRM830::Reply VirtualRM830::onSetTimeFormat(const RM830Command& command) {
+    settings_.timeFormat = command.byte(1);
+    return answer(RM830Answers::acknowledgement(command.code()));
+}
+
+VirtualRM830::Reply VirtualRM830::onReadTimeFormat(const RM830Command&) {
+    return answer(RM830Answers::timeFormat(settings_.timeFormat));
+}
+
+VirtualRM830::Reply VirtualRM830::onSetPersonalData(const RM830Command& command) {
+    auto& personal = settings_.personal;
+    personal.gender = command.byte(1);
+    personal.age = command.byte(2);
+    personal.height = command.byte(3);
+    personal.weight = command.byte(4);
+    personal.stride = command.byte(5);
+    return answer(RM830Answers::acknowledgement(command.code()));
+}
+
+VirtualRM830::Reply VirtualRM830::onReadPersonalData(const RM830Command&) {
+    return answer(RM830Answers::personalData(settings_.personal));
+}
+
+VirtualRM830::Reply VirtualRM830::onSetStepGoal(const RM830Command& command) {
+    settings_.stepGoal = static_cast<int>(command.bigEndian24(1));
+    return answer(RM830Answers::acknowledgement(command.code()));
+}
+
+VirtualRM830::Reply VirtualRM830::onSetMonitoring(const RM830Command& command) {
+    settings_.monitoring = command.byte(1) != 0;
+    return answer(RM830Answers::acknowledgement(command.code()));
+}
+
+VirtualRM830::Reply VirtualRM830::onSetMonitoringWindow(const RM830Command& command) {
+    const auto startHour = command.bcd(2);
+    const auto startMinute = command.bcd(3);
+    const auto endHour = command.bcd(4);
+    const auto endMinute = command.bcd(5);
+    if (!validHourMinute(startHour, startMinute) || !validHourMinute(endHour, endMinute)) {
+        return answer(RM830Answers::error(command.code()));
+    }
+    settings_.window = {command.byte(1) != 0, *startHour, *startMinute, *endHour, *endMinute, command.byte(6)};
+    return answer(RM830Answers::acknowledgement(command.code()));
+}
+
+VirtualRM830::Reply VirtualRM830::onReadVersion(const RM830Command&) {
+    return answer(RM830Answers::version(rm830::versionBytes(script_.version).value_or(std::array<std::uint8_t, 4>{})));
+}
+
+VirtualRM830::Reply VirtualRM830::onUpdateMode(const RM830Command& command) {
+    ++settings_.updateModeRequests;
+    return answer(RM830Answers::acknowledgement(command.code()));
+}
+
+// ---------------------------------------------------------------- real-time streams
+
+VirtualRM830::Frame VirtualRM830::currentDayFrame() const {
+    const long long calories = script_.calories + addedSteps_ * script_.caloriesPerStep;
+    const long long distance = script_.distance + addedSteps_ * settings_.personal.stride / kCentimetresPerDistanceUnit;
+    return RM830Answers::currentDay(script_.steps + addedSteps_, calories, distance);
+}
+
+int VirtualRM830::heartReading() {
+    int rate = script_.heartRate;
+    const int spread = std::min(script_.heartRateSpread, kMaxHeartRate);  // a wider one changes nothing
+    if (spread > 0) {
+        const std::uint64_t span = static_cast<std::uint64_t>(spread) * 2 + 1;
+        rate += static_cast<int>(random()() % span) - spread;
+    }
+    return std::clamp(rate, kMinHeartRate, kMaxHeartRate);
+}
+
+Duration VirtualRM830::streamInterval(Duration scripted) const {
+    return std::max<Duration>(scripted, kMinStreamInterval);
+}
+
+VirtualRM830::Reply VirtualRM830::onStartRealTime(const RM830Command&) {
+    const int stream = ++streamCounter_;
+    realTimeStream_ = stream;
+    Reply reply = answer(currentDayFrame());
+    const int generation = generation_;
+    const Duration interval = streamInterval(script_.realTimeInterval);
+    reply.then = [this, generation, stream, interval] {
+        schedule(interval, [this, generation, stream] { tickRealTime(generation, stream); });
+    };
+    return reply;
+}
+
+VirtualRM830::Reply VirtualRM830::onStopRealTime(const RM830Command& command) {
+    realTimeStream_ = 0;
+    return answer(RM830Answers::acknowledgement(command.code()));
+}
+
+void VirtualRM830::tickRealTime(int generation, int stream) {
+    Frame frame;
+    Duration interval{};
+    {
+        std::lock_guard lock(mutex_);
+        if (generation != generation_ || realTimeStream_ != stream) return;  // stopped, or the link went
+        addedSteps_ += std::max(script_.stepsPerUpdate, 0);
+        frame = currentDayFrame();
+        interval = streamInterval(script_.realTimeInterval);
+    }
+    send({frame});
+    schedule(interval, [this, generation, stream] { tickRealTime(generation, stream); });
+}
+
+VirtualRM830::Reply VirtualRM830::onRealTimeHeartRate(const RM830Command& command) {
+    if (command.byte(1) == 0) {
+        heartRateStream_ = 0;
+        return answer(RM830Answers::heartRate(command.code(), 0));
+    }
+    const int stream = ++streamCounter_;
+    heartRateStream_ = stream;
+    Reply reply = answer(RM830Answers::heartRate(command.code(), heartReading()));
+    const int generation = generation_;
+    const Duration interval = streamInterval(script_.heartRateInterval);
+    reply.then = [this, generation, stream, interval] {
+        schedule(interval, [this, generation, stream] { tickHeartRate(generation, stream); });
+    };
+    return reply;
+}
+
+void VirtualRM830::tickHeartRate(int generation, int stream) {
+    Frame frame;
+    Duration interval{};
+    {
+        std::lock_guard lock(mutex_);
+        if (generation != generation_ || heartRateStream_ != stream) return;
+        frame = RM830Answers::heartRate(rm830::kRealTimeHeartRate, heartReading());
+        interval = streamInterval(script_.heartRateInterval);
+    }
+    send({frame});
+    schedule(interval, [this, generation, stream] { tickHeartRate(generation, stream); });
+}
+
+VirtualRM830::Reply VirtualRM830::onHeartRate(const RM830Command& command) {
+    return answer(RM830Answers::heartRate(command.code(), heartReading()));
+}
+
+// ---------------------------------------------------------------- history
+
+std::vector<int> VirtualRM830::storedDays() const {
+    std::set<int> days;
+    for (int d = 0; d < std::min(script_.seededDays, kMaxDaysAgo + 1); ++d) days.insert(d);
+    for (const auto& day : script_.days) {
+        if (day.daysAgo >= 0 && day.daysAgo <= kMaxDaysAgo) days.insert(day.daysAgo);
+    }
+    return {days.begin(), days.end()};
+}
+
+std::optional<RM830Day> VirtualRM830::storedDay(int daysAgo, const BraceletTime& clock) const {
+    for (auto day = script_.days.rbegin(); day != script_.days.rend(); ++day) {
+        if (day->daysAgo == daysAgo) return *day;
+    }
+    if (daysAgo >= std::min(script_.seededDays, kMaxDaysAgo + 1)) return std::nullopt;
+    const BraceletTime date = clock.plusSeconds(-daysAgo * kDaySeconds);
+    const int lastQuarter =
+        daysAgo == 0 ? (clock.hour * 3600 + clock.minute * 60) / kQuarterSeconds : RM830Quarter::kPerDay - 1;
+    return RM830History::seededDay(daysAgo, date, script_.seed, lastQuarter);
+}
+
+VirtualRM830::Reply VirtualRM830::onDatesWithData(const RM830Command&) {
+    return answer(RM830Answers::datesWithData(storedDays()));
+}
+
+VirtualRM830::Reply VirtualRM830::onHistoryDay(const RM830Command& command) {
+    const int daysAgo = command.byte(1);
+    const BraceletTime clock = clockNow();
+    const auto day = storedDay(daysAgo, clock);
+    if (!day) return answer(RM830Answers::noDayData());
+    const BraceletTime date = clock.plusSeconds(-daysAgo * kDaySeconds);
+    Reply reply{RM830Answers::day(date, *day), nullptr};
+    mixInStrayFrames(reply.notifications);
+    return reply;
+}
+
+void VirtualRM830::mixInStrayFrames(Notifications& frames) {
+    const int strays = std::clamp(script_.faults.strayDayFrames, 0, kMaxStrayDayFrames);
+    if (frames.empty()) return;
+    auto& random = this->random();
+    for (int i = 0; i < strays; ++i) {
+        Frame stray = frames[random() % frames.size()];
+        stray[1] = static_cast<std::uint8_t>(random() % kStrayKinds);
+        stray.back() = rm830::checksum(std::span<const std::uint8_t>(stray).first(stray.size() - 1));
+        const auto at = static_cast<std::ptrdiff_t>(random() % (frames.size() + 1));
+        frames.insert(frames.begin() + at, std::move(stray));
+    }
+}
+
+const std::vector<RM830HeartPacket>& VirtualRM830::heartPackets(bool anew) {
+    if (anew || !heartPackets_) {
+        std::vector<RM830HeartPacket> packets = script_.heartHistory;
+        const int count = std::min(script_.seededHeartPackets, kMaxHeartPackets);
+        const auto seeded = RM830History::seededHeartPackets(count, clockNow(), script_.seed);
+        packets.insert(packets.end(), seeded.begin(), seeded.end());
+        heartPackets_ = std::move(packets);
+    }
+    return *heartPackets_;
+}
+
+VirtualRM830::Reply VirtualRM830::onHeartHistory(const RM830Command& command) {
+    const std::size_t number = command.byte(1);
+    const auto& packets = heartPackets(number == 0);
+    const bool endless = script_.faults.endlessHeartHistory;
+    if (number < packets.size()) {
+        return answer(RM830Answers::heartPacket(packets[number], endless || number + 1 < packets.size()));
+    }
+    if (endless && !packets.empty()) return answer(RM830Answers::heartPacket(packets[number % packets.size()], true));
+    RM830HeartPacket empty;
+    empty.start = clockNow();
+    return answer(RM830Answers::heartPacket(empty, endless));
+}
+
+// ---------------------------------------------------------------- sending (lab queue)
+
+void VirtualRM830::cutIfScripted(Notifications& notifications) const {
+    const auto& faults = script_.faults;
+    if (!faults.cutAnswersTo) return;
+    for (auto& notification : notifications) {
+        if (notification.empty()) continue;
+        if (!faults.cutAnswerCodes.empty() && !contains(faults.cutAnswerCodes, notification[0])) continue;
+        if (notification.size() > *faults.cutAnswersTo) notification.resize(*faults.cutAnswersTo);
+    }
+}
+
+void VirtualRM830::send(Notifications notifications) {
+    if (notifications.empty()) return;
+    bool backToBack = false;
+    int generation = 0;
+    {
+        std::lock_guard lock(mutex_);
+        cutIfScripted(notifications);
+        backToBack = script_.notificationGap == Duration::zero() && outbox_.empty();
+        if (!backToBack) {
+            for (auto& n : notifications) outbox_.push_back(std::move(n));
+            if (pumping_) return;  // the running pump sends them in turn
+            pumping_ = true;
+            generation = generation_;
+        }
+    }
+    if (!backToBack) {
+        pump(generation);
+        return;
+    }
+    for (const auto& n : notifications) notify(kNotify, n);
+}
+
+void VirtualRM830::pump(int generation) {
+    Frame next;
+    Duration gap{};
+    bool more = false;
+    {
+        std::lock_guard lock(mutex_);
+        if (generation != generation_ || outbox_.empty()) return;
+        next = std::move(outbox_.front());
+        outbox_.pop_front();
+        more = !outbox_.empty();
+        pumping_ = more;
+        gap = script_.notificationGap;
+    }
+    notify(kNotify, next);
+    if (more) schedule(gap, [this, generation] { pump(generation); });
+}
+
+}  // namespace halvora::lab

@@ -1,0 +1,103 @@
+// The RM830 on real threads: the lab queue answers and runs its streams while the application's threads
+// write frames and read the bracelet's state.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+#include "../EventRecorder.hpp"
+#include "RM830Bench.hpp"
+#include "halvora/Runtime/ThreadedExecutor.hpp"
+#include "lab/LabTransport.hpp"
+
+namespace halvora::lab::test {
+namespace {
+
+const std::string kThreadedIdentifier = "B8300000-0000-4000-8000-0000000008F1";
+
+bool waitUntil(const std::function<bool()>& done) {
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > limit) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+void downloadWhileReading(const std::shared_ptr<ThreadedExecutor>& executor) {
+    auto radio = std::make_shared<Radio>(executor);
+    LabTransport transport(radio);
+    auto bracelet = VirtualRM830::make(kThreadedIdentifier);
+    RM830Script script;
+    script.clock = timeAt("2026-11-20 10:00");
+    script.seededDays = 3;
+    script.seededHeartPackets = 5;
+    script.heartRateInterval = std::chrono::milliseconds(10);
+    bracelet->setScript(script);
+    radio->addPeripheral(bracelet);
+    auto recorder = std::make_shared<EventRecorder>();
+    auto log = std::make_shared<RM830Log>();
+    auto central = transport.makeCentral(recorder, executor->makeQueue("halvora.cb"), {});
+    ASSERT_TRUE(recorder->waitForLines(1));
+    auto peripheral = central->retrievePeripheralsWithIdentifiers({kThreadedIdentifier}).front();
+    peripheral->setDelegate(recorder);
+    central->connectPeripheral(peripheral, {});
+    ASSERT_TRUE(recorder->waitForLines(2));
+    peripheral->discoverServices(std::vector<BLEUUID>{VirtualRM830::kService});
+    ASSERT_TRUE(recorder->waitForLines(3));
+    auto service = peripheral->services().front();
+    peripheral->discoverCharacteristics({}, service);
+    ASSERT_TRUE(recorder->waitForLines(4));
+    peripheral->setNotifyValue(true, service->characteristic(VirtualRM830::kNotify));
+    ASSERT_TRUE(recorder->waitForLines(5));
+    peripheral->setDelegate(log);
+
+    std::atomic<bool> done{false};
+    std::thread reader([&] {
+        while (!done) {
+            (void)bracelet->settings();
+            (void)bracelet->framesReceived();
+            (void)bracelet->updateModeRequests();
+        }
+    });
+    auto write = [&](const Bytes& frame) {
+        peripheral->writeValue(frame, service->characteristic(VirtualRM830::kWrite), WriteType::WithoutResponse);
+    };
+    // A heart-rate stream runs while three days and five packets are asked for and another thread sets
+    // the step goal.
+    std::thread settings([&] {
+        for (int i = 0; i < 50; ++i) write(RM830Bench::command(0x0B, {0x00, 0x03, static_cast<std::uint8_t>(i)}));
+    });
+    write(RM830Bench::command(0x2C, {0x01}));
+    for (std::uint8_t d = 0; d < 3; ++d) write(RM830Bench::command(0x43, {d}));
+    for (std::uint8_t n = 0; n < 5; ++n) write(RM830Bench::command(0x2F, {n}));
+    settings.join();
+    EXPECT_TRUE(waitUntil([&] { return bracelet->framesReceived().size() == 59U; }));
+    write(RM830Bench::command(0x2C, {0x00}));
+    EXPECT_TRUE(waitUntil([&] { return !bracelet->settings().realTimeHeartRate; }));
+    done = true;
+    reader.join();
+    EXPECT_EQ(bracelet->settings().stepGoal, 0x0331);
+    EXPECT_EQ(bracelet->rejectedFrames(), 0);
+    // Every day frame and packet arrived, whatever the stream sent between them.
+    Frames received;
+    auto count = [&](std::uint8_t code) {
+        return std::count_if(received.begin(), received.end(), [&](const Bytes& f) { return f.at(0) == code; });
+    };
+    EXPECT_TRUE(waitUntil([&] {
+        const auto more = log->take();
+        received.insert(received.end(), more.begin(), more.end());
+        return count(0x43) == 3 * 96 && count(0x2F) == 5;
+    }));
+    EXPECT_GT(count(0x2C), 0);
+    central->cancelPeripheralConnection(peripheral);
+}
+
+TEST(VirtualRM830Threaded, DownloadWhileTheApplicationReadsItsState) {
+    auto executor = ThreadedExecutor::create();
+    downloadWhileReading(executor);
+    executor->shutdown();
+}
+
+}  // namespace
+}  // namespace halvora::lab::test
