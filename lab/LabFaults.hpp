@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "halvora/Runtime/Task.hpp"
+#include "lab/HostileMode.hpp"
 
 namespace halvora::lab {
 
@@ -31,6 +32,9 @@ struct LabFaults {
     /// False: the device stops advertising and connection attempts fail. A link already up is kept
     /// (use VirtualPeripheral::dropLink() or Radio::removePeripheral() for a device walking away).
     bool inRange = true;
+    /// The device turned hostile: what it sends is mangled, flooded, reordered, cut off (HostileMode).
+    /// Applied before the notification faults above. Off unless set.
+    HostileMode hostile;
 };
 
 }  // namespace halvora::lab

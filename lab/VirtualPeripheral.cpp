@@ -1,11 +1,14 @@
 #include "lab/VirtualPeripheral.hpp"
 
+#include <algorithm>
+
 #include "halvora/Core/Log.hpp"
 #include "lab/LabErrors.hpp"
 #include "lab/LabLink.hpp"
 #include "lab/Radio.hpp"
 #include "lab/SimulatedCentral.hpp"
 #include "lab/SimulatedPeripheral.hpp"
+#include "lab/internal/HostileStream.hpp"
 #include "lab/internal/UpperCase.hpp"
 
 namespace halvora::lab {
@@ -31,10 +34,11 @@ VirtualPeripheralConfig normalized(VirtualPeripheralConfig config) {
 }  // namespace
 
 VirtualPeripheral::VirtualPeripheral(VirtualPeripheralConfig config)
-    : config_(normalized(std::move(config))), rssi_(config_.rssi) {}
+    : config_(normalized(std::move(config))), rssi_(config_.rssi), hostile_(std::make_unique<HostileStream>()) {}
 
 VirtualPeripheral::~VirtualPeripheral() {
     if (advertising_) advertising_->invalidate();
+    if (unsolicited_) unsolicited_->invalidate();
 }
 
 // ---------------------------------------------------------------- identity and advertising
@@ -91,13 +95,23 @@ std::vector<std::uint8_t> VirtualPeripheral::onRead(const BLEUUID& characteristi
 
 void VirtualPeripheral::setFaults(const LabFaults& faults) {
     bool rangeChanged = false;
+    bool unsolicitedChanged = false;
     {
         std::lock_guard lock(mutex_);
         rangeChanged = faults_.inRange != faults.inRange;
+        unsolicitedChanged = faults_.hostile.unsolicitedEvery != faults.hostile.unsolicitedEvery;
         faults_ = faults;
     }
     if (rangeChanged) {
         if (auto radio = this->radio()) radio->refreshAdvertising();
+    }
+    // Without a link there is nothing to do: the next link starts the unsolicited notifications itself.
+    if (unsolicitedChanged && isConnected()) {
+        std::weak_ptr<VirtualPeripheral> weak = weak_from_this();
+        const bool posted = runOnLabIfNeeded([weak] {
+            if (auto self = weak.lock()) self->restartUnsolicited();
+        });
+        if (!posted) restartUnsolicited();
     }
 }
 
@@ -219,6 +233,7 @@ VirtualPeripheral::LinkAcceptance VirtualPeripheral::acceptLink(
 
 void VirtualPeripheral::linkEstablished(const std::shared_ptr<LabLink>& link) {
     onConnected();
+    restartUnsolicited();
     const auto after = faults().disconnectAfter;
     if (!after) return;
     std::weak_ptr<LabLink> weakLink = link;
@@ -236,6 +251,11 @@ void VirtualPeripheral::closeLink(const std::shared_ptr<LabLink>& link, Optional
     }
     connected_ = false;
     link->cancelEndTimer();
+    stopUnsolicited();
+    // A notification held back for reordering belongs to this link: it never reaches the next one.
+    if (hostile_->endLink()) {
+        Log::shared().writef("Lab: notification held back by %s dropped with the link", identifier().c_str());
+    }
     // The device side ends first, so the central never learns of the end before the device does.
     onDisconnected();
     if (auto peripheral = link->peripheral()) {
@@ -277,9 +297,20 @@ int VirtualPeripheral::advertisedRssi() {
 void VirtualPeripheral::sendNotification(const BLEUUID& characteristic, const std::vector<std::uint8_t>& value) {
     auto link = currentLink();
     if (!link || !link->isNotifying(characteristic)) return;
+    const LabFaults faults = this->faults();
+    auto outcome = hostile_->mangle({characteristic, value}, faults.hostile, random());
+    for (const auto& notification : outcome.notifications) {
+        transmit(link, notification.characteristic, notification.value, faults);
+    }
+    if (outcome.dropLink) dropLinkSoon(link);
+}
+
+void VirtualPeripheral::transmit(const std::shared_ptr<LabLink>& link, const BLEUUID& characteristic,
+                                 const std::vector<std::uint8_t>& value, const LabFaults& faults) {
+    // A notification held back may come out after its characteristic was switched off.
+    if (!link->isNotifying(characteristic)) return;
     auto peripheral = link->peripheral();
     if (!peripheral) return;
-    const LabFaults faults = this->faults();
     if (faults.dropNotificationProbability > 0.0 && unitInterval(random()) < faults.dropNotificationProbability) {
         Log::shared().writef("Lab: notification of %s on %s lost", identifier().c_str(),
                              characteristic.toString().c_str());
@@ -290,6 +321,58 @@ void VirtualPeripheral::sendNotification(const BLEUUID& characteristic, const st
     for (int copy = 0; copy < copies; ++copy) {
         for (const auto& part : parts) peripheral->deliverNotification(link, characteristic, part, faults.replyDelay);
     }
+}
+
+void VirtualPeripheral::dropLinkSoon(const std::shared_ptr<LabLink>& link) {
+    Log::shared().writef("Lab: hostile device %s drops the link", identifier().c_str());
+    std::weak_ptr<LabLink> weakLink = link;
+    schedule(Duration::zero(), [this, weakLink] {
+        if (auto current = weakLink.lock()) closeLink(current, linkLostError(), LinkEndNotice::Event);
+    });
+}
+
+void VirtualPeripheral::restartUnsolicited() {
+    stopUnsolicited();
+    auto link = currentLink();
+    auto radio = this->radio();
+    const HostileMode mode = faults().hostile;
+    if (!link || !radio || !mode.sendsUnsolicited()) return;
+    std::weak_ptr<VirtualPeripheral> weak = weak_from_this();
+    std::weak_ptr<LabLink> weakLink = link;
+    unsolicited_ = radio->labQueue()->scheduleRepeating(*mode.unsolicitedEvery, [weak, weakLink] {
+        auto self = weak.lock();
+        auto current = weakLink.lock();
+        if (self && current) self->sendUnsolicited(current);
+    });
+}
+
+void VirtualPeripheral::stopUnsolicited() {
+    if (!unsolicited_) return;
+    unsolicited_->invalidate();
+    unsolicited_.reset();
+}
+
+void VirtualPeripheral::sendUnsolicited(const std::shared_ptr<LabLink>& link) {
+    if (currentLink() != link) return;
+    const LabFaults faults = this->faults();
+    const auto garbage = hostile_->unsolicited(switchedOnCharacteristics(*link), faults.hostile, random());
+    for (const auto& notification : garbage) transmit(link, notification.characteristic, notification.value, faults);
+}
+
+std::vector<BLEUUID> VirtualPeripheral::switchedOnCharacteristics(const LabLink& link) const {
+    constexpr std::uint8_t notifying = CharacteristicPropertyNotify | CharacteristicPropertyIndicate;
+    std::vector<BLEUUID> switchedOn;
+    const GattTable table = gattTable();
+    for (const auto& service : table.services()) {
+        for (const auto& characteristic : service.characteristics) {
+            const bool listed =
+                std::find(switchedOn.begin(), switchedOn.end(), characteristic.uuid) != switchedOn.end();
+            if ((characteristic.properties & notifying) != 0 && !listed && link.isNotifying(characteristic.uuid)) {
+                switchedOn.push_back(characteristic.uuid);
+            }
+        }
+    }
+    return switchedOn;
 }
 
 std::vector<std::vector<std::uint8_t>> VirtualPeripheral::notificationParts(const std::vector<std::uint8_t>& value,

@@ -24,6 +24,7 @@
 
 namespace halvora::lab {
 
+class HostileStream;
 class LabLink;
 class Radio;
 class SimulatedCentral;
@@ -77,15 +78,16 @@ public:
 
     // ---- faults
     /// Replaces the faults; each takes effect from the next event it concerns (advertising follows a change of
-    /// range at once).
+    /// range at once, the unsolicited notifications of a hostile device a change of their interval).
     void setFaults(const LabFaults& faults);
     /// The current faults.
     LabFaults faults() const;
 
     // ---- actions
     /// Sends a notification to the connected central, if it switched notifications on for this
-    /// characteristic on the current link; otherwise it goes nowhere, as on a real link. The faults for
-    /// notifications (loss, duplicates, splitting) and the reply delay apply.
+    /// characteristic on the current link; otherwise it goes nowhere, as on a real link. A hostile device
+    /// (LabFaults::hostile) mangles it first; then the faults for notifications (loss, duplicates, splitting)
+    /// and the reply delay apply.
     void notify(const BLEUUID& characteristic, const std::vector<std::uint8_t>& value);
     /// Runs `work` on the lab queue after `delay` (a device-side timer), while the device exists. Without
     /// a radio nothing is scheduled and the handle is already invalid.
@@ -144,6 +146,17 @@ private:
     void updateAdvertising(bool anyoneScanning);
     void advertiseOnce();
     void sendNotification(const BLEUUID& characteristic, const std::vector<std::uint8_t>& value);
+    /// Puts one notification on the air over `link`, with the notification faults.
+    void transmit(const std::shared_ptr<LabLink>& link, const BLEUUID& characteristic,
+                  const std::vector<std::uint8_t>& value, const LabFaults& faults);
+    /// Ends `link` as soon as the work at hand is done (a hostile device cutting a transfer short).
+    void dropLinkSoon(const std::shared_ptr<LabLink>& link);
+    /// (Re)starts or stops the hostile device's unsolicited notifications for the current link.
+    void restartUnsolicited();
+    void stopUnsolicited();
+    void sendUnsolicited(const std::shared_ptr<LabLink>& link);
+    /// The notifying characteristics the central switched on over `link`, in declaration order.
+    std::vector<BLEUUID> switchedOnCharacteristics(const LabLink& link) const;
     static std::vector<std::vector<std::uint8_t>> notificationParts(const std::vector<std::uint8_t>& value,
                                                                     const LabFaults& faults);
     bool runOnLabIfNeeded(Task work);
@@ -163,6 +176,8 @@ private:
 
     // Lab queue only.
     std::shared_ptr<TimerHandle> advertising_;
+    std::unique_ptr<HostileStream> hostile_;  // what the current link's hostile device holds back
+    std::shared_ptr<TimerHandle> unsolicited_;
 };
 
 }  // namespace halvora::lab

@@ -55,9 +55,55 @@ lab::LabFaults readFaults(const JsonReader& faults) {
     return out;
 }
 
+/// The text that turns every hostility on at once (HostileMode::all()).
+const std::string kHostileAll = "all";
+
+double readChance(const JsonReader& hostile, const std::string& key) {
+    const double chance = hostile.number(key, 0.0);
+    if (chance < 0 || chance > 1) hostile.fail(key, "expected a number from 0 to 1");
+    return chance;
+}
+
+std::size_t readCount(const JsonReader& hostile, const std::string& key, std::size_t fallback, std::size_t lowest,
+                      std::size_t highest) {
+    const auto count = hostile.optionalInteger(key);
+    if (!count) return fallback;
+    if (*count < 0 || static_cast<std::size_t>(*count) < lowest || static_cast<std::size_t>(*count) > highest) {
+        hostile.fail(key, format("expected an integer from %zu to %zu", lowest, highest));
+    }
+    return static_cast<std::size_t>(*count);
+}
+
+/// The device's "hostile" key: "all", or an object of chances and lengths (lab::HostileMode).
+lab::HostileMode readHostile(const JsonReader& device) {
+    if (!device.has("hostile")) return {};
+    const auto& json = device.json().at("hostile");
+    if (json.is_string() && json.get<std::string>() == kHostileAll) return lab::HostileMode::all();
+    if (!json.is_object()) device.fail("hostile", "expected \"" + kHostileAll + "\" or an object");
+    const JsonReader hostile = device.object("hostile");
+    hostile.rejectUnknown({"random", "short", "oversized", "duplicate", "reorder", "flood", "drop", "disconnect",
+                           "maxLength", "floodCount", "unsolicitedEveryMs"});
+    lab::HostileMode out;
+    out.random = readChance(hostile, "random");
+    out.cutShort = readChance(hostile, "short");
+    out.oversized = readChance(hostile, "oversized");
+    out.duplicate = readChance(hostile, "duplicate");
+    out.reorder = readChance(hostile, "reorder");
+    out.flood = readChance(hostile, "flood");
+    out.drop = readChance(hostile, "drop");
+    out.disconnect = readChance(hostile, "disconnect");
+    out.maxLength = readCount(hostile, "maxLength", out.maxLength, 1, lab::HostileMode::kMaxLengthCap);
+    out.floodCount = readCount(hostile, "floodCount", out.floodCount, 0, lab::HostileMode::kFloodCountCap);
+    if (auto every = hostile.optionalInteger("unsolicitedEveryMs")) {
+        if (*every < 1) hostile.fail("unsolicitedEveryMs", "expected a positive integer");
+        out.unsolicitedEvery = std::chrono::milliseconds(*every);
+    }
+    return out;
+}
+
 LabDeviceSpec readDevice(const nlohmann::json& json, const std::string& where, std::size_t index) {
     JsonReader device(json, where);
-    device.rejectUnknown({"class", "identifier", "name", "rssi", "script", "faults"});
+    device.rejectUnknown({"class", "identifier", "name", "rssi", "script", "faults", "hostile"});
     LabDeviceSpec entry;
     entry.where = where;
     entry.className = device.text("class", "");
@@ -72,6 +118,7 @@ LabDeviceSpec readDevice(const nlohmann::json& json, const std::string& where, s
     if (entry.rssi > 20 || entry.rssi < -127) device.fail("rssi", "expected dBm from -127 to 20");
     entry.script = device.object("script").json();
     entry.faults = readFaults(device.object("faults"));
+    entry.faults.hostile = readHostile(device);
     return entry;
 }
 

@@ -15,11 +15,14 @@ namespace halvora::cli {
 /// A lab file:
 ///   { "seed": 7,
 ///     "devices": [ { "class": "HalvoraSDKHeartDevice", "identifier": "...", "name": "Bluetooth BP",
-///                    "rssi": -55, "script": { ... }, "faults": { ... } } ] }
+///                    "rssi": -55, "script": { ... }, "faults": { ... }, "hostile": { ... } } ] }
 /// "class" is the driver class the device plays; "identifier" (a UUID text) and "name" default to fixed
 /// values; "script" holds the class's scripted values; "faults" the lab's faults (failConnect,
 /// discoveryError, characteristicDiscoveryError, dropNotificationProbability, duplicateNotifications,
-/// splitNotificationsAt, replyDelayMs, disconnectAfterMs, inRange).
+/// splitNotificationsAt, replyDelayMs, disconnectAfterMs, inRange); "hostile" the hostile mode
+/// (lab::HostileMode): "all", or an object of chances from 0 to 1 (random, short, oversized, duplicate,
+/// reorder, flood, drop, disconnect) with maxLength (1 to 512), floodCount (0 to 10000) and
+/// unsolicitedEveryMs.
 struct LabDescription {
     std::optional<std::uint64_t> seed;
     std::vector<LabDeviceSpec> devices;
