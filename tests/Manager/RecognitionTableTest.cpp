@@ -6,6 +6,7 @@
 #include "lab/Devices/Measurement/VirtualHeartDevice.hpp"
 #include "lab/Devices/Measurement/VirtualHeartDeviceV2.hpp"
 #include "lab/Devices/Bracelet/VirtualBracelet.hpp"
+#include "lab/Devices/RM830/VirtualRM830.hpp"
 #include "lab/Devices/Measurement/VirtualHeartDeviceV3.hpp"
 #include "lab/Devices/Measurement/VirtualOximeter.hpp"
 #include "lab/Devices/Measurement/VirtualThermometer.hpp"
@@ -60,6 +61,7 @@ TEST(RecognitionTable, RowsKeepTheRecognitionOrderAndKinds) {
         {"HalvoraSDKHeartDeviceV2", DeviceTypeHeart},
         {"HalvoraSDKHeartDeviceV3", DeviceTypeHeart},
         {"HalvoraSDKBracelet", DeviceTypeBracelet},
+        {"HalvoraSDKBraceletRM830", DeviceTypeBraceletRM830},
         {"HalvoraSDKOximeter", DeviceTypeOximeter},
         {"HalvoraSDKThermometer", DeviceTypeThermometer},
         {"HalvoraSDKThermometerV2", DeviceTypeThermometer},
@@ -77,6 +79,9 @@ TEST(RecognitionTable, EveryVirtualDeviceResolvesToTheClassThatPlaysIt) {
         {lab::VirtualHeartDeviceV2::make(id), "HalvoraSDKHeartDeviceV2"},
         {lab::VirtualHeartDeviceV3::make(id), "HalvoraSDKHeartDeviceV3"},
         {lab::VirtualBracelet::make(id), "HalvoraSDKBracelet"},
+        {lab::VirtualRM830::make(id), "HalvoraSDKBraceletRM830"},
+        {lab::VirtualRM830::make(id, -60, lab::VirtualRM830::kSecondName), "HalvoraSDKBraceletRM830"},
+        {lab::VirtualRM830::make(id, -60, lab::VirtualRM830::kThirdName), "HalvoraSDKBraceletRM830"},
         {lab::VirtualOximeter::make(id), "HalvoraSDKOximeter"},
         {lab::VirtualThermometer::make(id), "HalvoraSDKThermometer"},
         {lab::VirtualThermometerV2::make(id), "HalvoraSDKThermometerV2"},

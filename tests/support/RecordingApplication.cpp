@@ -34,6 +34,10 @@ void RecordingApplication::deviceOnBatteryLevelReceived(DeviceKind kind, std::in
     add("battery " + std::to_string(kind) + " " + std::to_string(level));
 }
 
+void RecordingApplication::deviceOnSendInformation(DeviceKind kind, const std::string& information) {
+    add("info " + std::to_string(kind) + " " + information);
+}
+
 void RecordingApplication::allDevicesDetected(const ScanResult& devices) {
     std::string text = "scan";
     for (const auto& [kind, list] : devices) {

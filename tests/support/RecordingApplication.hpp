@@ -12,7 +12,7 @@ namespace halvora::test {
 
 /// An application that records every general callback it receives, as short texts with the virtual time
 /// in milliseconds: "1000 status 0 -> 0", "4130 status 0 -> 2", "power on", "progress 120",
-/// "result 120/80/72", "error result -6", "battery 0 87", "scan {...}".
+/// "result 120/80/72", "error result -6", "battery 0 87", "info 6 Version :54.51.56.1", "scan {...}".
 class RecordingApplication : public HalvoraSDKManagerDelegate,
                              public HalvoraDeviceDelegate,
                              public HalvoraHeartDelegate,
@@ -28,6 +28,7 @@ public:
     // HalvoraDeviceDelegate
     void deviceOnConnectionChanged(DeviceKind kind, std::int32_t status) override;
     void deviceOnBatteryLevelReceived(DeviceKind kind, std::int32_t level) override;
+    void deviceOnSendInformation(DeviceKind kind, const std::string& information) override;
     // HalvoraSDKDevicesScanDelegate
     void allDevicesDetected(const ScanResult& devices) override;
 

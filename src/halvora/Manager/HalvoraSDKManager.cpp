@@ -149,10 +149,12 @@ void writeDelegate(std::mutex& mutex, std::weak_ptr<T>& slot, std::weak_ptr<T> v
 
 }  // namespace
 
-#define HALVORA_DELEGATE_PROPERTY(Type, getter, setter, member)                                        \
-    std::shared_ptr<Type> HalvoraSDKManager::getter() const { return readDelegate(delegatesMutex_, member); } \
-    void HalvoraSDKManager::setter(std::weak_ptr<Type> delegate) {                                     \
-        writeDelegate(delegatesMutex_, member, std::move(delegate));                                   \
+#define HALVORA_DELEGATE_PROPERTY(Type, getter, setter, member)      \
+    std::shared_ptr<Type> HalvoraSDKManager::getter() const {        \
+        return readDelegate(delegatesMutex_, member);                \
+    }                                                                \
+    void HalvoraSDKManager::setter(std::weak_ptr<Type> delegate) {   \
+        writeDelegate(delegatesMutex_, member, std::move(delegate)); \
     }
 
 HALVORA_DELEGATE_PROPERTY(HalvoraSDKManagerDelegate, delegate, setDelegate, delegate_)
@@ -161,13 +163,13 @@ HALVORA_DELEGATE_PROPERTY(HalvoraHeartDelegate, heartDelegate, setHeartDelegate,
 HALVORA_DELEGATE_PROPERTY(HalvoraSDKDevicesScanDelegate, devicesScanDelegate, setDevicesScanDelegate,
                           devicesScanDelegate_)
 HALVORA_DELEGATE_PROPERTY(HalvoraOximeterDelegate, oximeterDelegate, setOximeterDelegate, oximeterDelegate_)
-HALVORA_DELEGATE_PROPERTY(HalvoraThermometerDelegate, thermometerDelegate, setThermometerDelegate,
-                          thermometerDelegate_)
+HALVORA_DELEGATE_PROPERTY(HalvoraThermometerDelegate, thermometerDelegate, setThermometerDelegate, thermometerDelegate_)
 HALVORA_DELEGATE_PROPERTY(HalvoraBabyThermometerDelegate, babyThermometerDelegate, setBabyThermometerDelegate,
                           babyThermometerDelegate_)
-HALVORA_DELEGATE_PROPERTY(HalvoraWeightScaleDelegate, weightscaleDelegate, setWeightscaleDelegate,
-                          weightscaleDelegate_)
+HALVORA_DELEGATE_PROPERTY(HalvoraWeightScaleDelegate, weightscaleDelegate, setWeightscaleDelegate, weightscaleDelegate_)
 HALVORA_DELEGATE_PROPERTY(HalvoraBraceletDelegate, braceletDelegate, setBraceletDelegate, braceletDelegate_)
+HALVORA_DELEGATE_PROPERTY(HalvoraBraceletRM830Delegate, braceletRM830Delegate, setBraceletRM830Delegate,
+                          braceletRM830Delegate_)
 
 #undef HALVORA_DELEGATE_PROPERTY
 
@@ -194,9 +196,13 @@ bool HalvoraSDKManager::isPending(DeviceKind kind) const {
     return detectedDevicesByType_.count(kind) != 0;
 }
 
-PreferenceUtils& HalvoraSDKManager::preferences() const { return *environment_.preferences; }
+PreferenceUtils& HalvoraSDKManager::preferences() const {
+    return *environment_.preferences;
+}
 
-Log& HalvoraSDKManager::log() const { return *environment_.log; }
+Log& HalvoraSDKManager::log() const {
+    return *environment_.log;
+}
 
 DriverContext HalvoraSDKManager::driverContext() {
     DriverContext context;
@@ -205,6 +211,7 @@ DriverContext HalvoraSDKManager::driverContext() {
     context.log = environment_.log;
     context.preferences = environment_.preferences;
     context.delegates = weak_from_this();
+    context.connector = weak_from_this();
     return context;
 }
 

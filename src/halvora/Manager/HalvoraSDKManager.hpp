@@ -13,6 +13,7 @@
 #include "halvora/Core/BLEDeviceDelegate.hpp"
 #include "halvora/Core/ConnectionStatus.hpp"
 #include "halvora/Core/Date.hpp"
+#include "halvora/Core/DeviceConnector.hpp"
 #include "halvora/Core/DeviceType.hpp"
 #include "halvora/Core/HalvoraSDKDevice.hpp"
 #include "halvora/Devices/Bracelet/HalvoraBraceletDelegate.hpp"
@@ -21,6 +22,8 @@
 #include "halvora/Devices/Measurement/HalvoraOximeterDelegate.hpp"
 #include "halvora/Devices/Measurement/HalvoraThermometerDelegate.hpp"
 #include "halvora/Devices/Measurement/HalvoraWeightScaleDelegate.hpp"
+#include "halvora/Devices/RM830/HalvoraBraceletRM830Delegate.hpp"
+#include "halvora/Devices/RM830/HalvoraSDKRM830TimeRange.hpp"
 #include "halvora/Manager/DriverClass.hpp"
 #include "halvora/Manager/HalvoraDeviceDelegate.hpp"
 #include "halvora/Manager/HalvoraSDKDevicesScanDelegate.hpp"
@@ -48,6 +51,7 @@ class PreferenceUtils;
 class HalvoraSDKManager : public CentralDelegate,
                           public BLEDeviceDelegate,
                           public ApplicationDelegates,
+                          public DeviceConnector,
                           public std::enable_shared_from_this<HalvoraSDKManager> {
 public:
     /// The interval of the detection timers.
@@ -180,6 +184,33 @@ public:
     void configureBraceletAlarm(const HalvoraSDKBraceletAlarm& alarm);
     /// Whether an exercise or a real-time run is going on (false without a bracelet).
     bool isBraceletInActivity() const;
+
+    // ------------------------------------------------------------ RM830 bracelet (kind 6)
+    // Each forwards to the RM830 driver on its queue; results arrive at `braceletRM830Delegate`, most
+    // settings answering with `operationFinished`.
+    /// The user's height (cm), weight (kg), gender (0 male) and birthday; the bracelet works out the age and
+    /// the stride. `vibrate` is not sent.
+    void configureBraceletRM830UserInfo(std::optional<std::int32_t> heightCm, std::optional<std::int32_t> weightKg,
+                                        std::int32_t gender, std::optional<Date> birthday, bool vibrate);
+    /// The daily step goal.
+    void configureBraceletRM830StepsGoal(std::int64_t steps);
+    /// Sets the bracelet's clock.
+    void configureBraceletRM830Datetime(Date date);
+    /// Today's steps, calories and distance, then today's quarter-hour history.
+    void getBraceletRM830TodayData();
+    /// The quarter-hour history of the day `daysAgo` days back (0 today).
+    void getBraceletRM830HistoryData(std::int32_t daysAgo);
+    /// Checks the firmware version and, on an older bracelet, switches it to update mode.
+    void updateBraceletRM830Firmware();
+    /// The stored heart-rate history, from its first packet.
+    void getBraceletRM830HeartRateSync();
+    /// Starts or stops the real-time heart rate.
+    void setBraceletRM830RealtimeHREnabled(bool enabled);
+    /// Switches automatic heart-rate monitoring on or off.
+    void setBraceletRM830MonitoringHREnabled(bool enabled);
+    /// Automatic heart-rate monitoring within a window of the day and days of the week (a bracelet named
+    /// "HR1638" only; others ignore it).
+    void setBraceletRM830MonitoringHRAuto(std::uint8_t enabled, std::optional<HalvoraSDKRM830TimeRange> range);
     /// Shows a text on the bracelet's display.
     void sendTextToRM610HR(const std::string& text);
 
@@ -212,6 +243,13 @@ public:
     std::shared_ptr<HalvoraBraceletDelegate> braceletDelegate() const override;
     /// Sets the text-command bracelet's delegate (held weakly).
     void setBraceletDelegate(std::weak_ptr<HalvoraBraceletDelegate> delegate);
+    std::shared_ptr<HalvoraBraceletRM830Delegate> braceletRM830Delegate() const override;
+    /// Sets the RM830 bracelet's delegate (held weakly).
+    void setBraceletRM830Delegate(std::weak_ptr<HalvoraBraceletRM830Delegate> delegate);
+
+    // ------------------------------------------------------------ DeviceConnector
+    /// A driver's request for another kind: connectDevice(kind, timeoutSeconds).
+    void requestConnection(DeviceKind kind, std::int32_t timeoutSeconds) override;
 
     // ------------------------------------------------------------ inspection
     /// The driver registered for a kind, or nothing.
@@ -282,8 +320,7 @@ private:
     bool reuseSystemConnectedPeripheral(DeviceKind kind);
     void connectByUUIDBody(const std::string& identifier, DeviceKind kind);
     void checkBraceletBody(const std::string& identifier);
-    void bindAndConnect(const DriverClass& driverClass, const std::shared_ptr<Peripheral>& peripheral,
-                        DeviceKind kind);
+    void bindAndConnect(const DriverClass& driverClass, const std::shared_ptr<Peripheral>& peripheral, DeviceKind kind);
     std::shared_ptr<BLEDevice> makeDriver(const DriverClass& driverClass,
                                           const std::shared_ptr<Peripheral>& peripheral);
     void connectWithoutAlerts(const std::shared_ptr<Peripheral>& peripheral);
@@ -341,6 +378,7 @@ private:
     std::weak_ptr<HalvoraBabyThermometerDelegate> babyThermometerDelegate_;
     std::weak_ptr<HalvoraWeightScaleDelegate> weightscaleDelegate_;
     std::weak_ptr<HalvoraBraceletDelegate> braceletDelegate_;
+    std::weak_ptr<HalvoraBraceletRM830Delegate> braceletRM830Delegate_;
 };
 
 }  // namespace halvora

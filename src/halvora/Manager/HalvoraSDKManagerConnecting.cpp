@@ -29,7 +29,13 @@ bool isWellFormedUUID(const std::string& text) {
 
 }  // namespace
 
-void HalvoraSDKManager::connectDevice(DeviceKind kind) { connectDevice(kind, 0); }
+void HalvoraSDKManager::connectDevice(DeviceKind kind) {
+    connectDevice(kind, 0);
+}
+
+void HalvoraSDKManager::requestConnection(DeviceKind kind, std::int32_t timeoutSeconds) {
+    connectDevice(kind, timeoutSeconds);
+}
 
 void HalvoraSDKManager::connectDevice(DeviceKind kind, std::int32_t timeoutSeconds) {
     bool ready;
@@ -238,7 +244,9 @@ void HalvoraSDKManager::checkBraceletBody(const std::string& identifier) {
     }
 }
 
-void HalvoraSDKManager::disconnectDevice() { disconnectDevice(DeviceTypeHeart); }
+void HalvoraSDKManager::disconnectDevice() {
+    disconnectDevice(DeviceTypeHeart);
+}
 
 void HalvoraSDKManager::disconnectDevice(DeviceKind kind) {
     std::shared_ptr<BLEDevice> driver;
@@ -260,7 +268,9 @@ void HalvoraSDKManager::disconnectDevice(DeviceKind kind) {
     if (auto receiver = deviceDelegate()) receiver->deviceOnConnectionChanged(kind, ConnectionStatusDisconnected);
 }
 
-bool HalvoraSDKManager::isDeviceConnected() const { return isDeviceConnected(DeviceTypeHeart); }
+bool HalvoraSDKManager::isDeviceConnected() const {
+    return isDeviceConnected(DeviceTypeHeart);
+}
 
 bool HalvoraSDKManager::isDeviceConnected(DeviceKind kind) const {
     auto driver = driverForKind(kind);

@@ -1,15 +1,16 @@
 #include "halvora/Manager/RecognitionTable.hpp"
 
 #include "halvora/Devices/Bracelet/HalvoraSDKBracelet.hpp"
+#include "halvora/Devices/Measurement/HalvoraSDKBabyThermometer.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKHeartDevice.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKHeartDeviceV2.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKHeartDeviceV3.hpp"
-#include "halvora/Devices/Measurement/HalvoraSDKBabyThermometer.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKOximeter.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKThermometer.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKThermometerV2.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKThermometerV3.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKWeightScale.hpp"
+#include "halvora/Devices/RM830/HalvoraSDKBraceletRM830.hpp"
 
 namespace halvora {
 
@@ -38,8 +39,9 @@ std::vector<DriverClass> makeRows() {
     rows.push_back(nameRow<HalvoraSDKHeartDeviceV2>("HalvoraSDKHeartDeviceV2", DeviceTypeHeart, {"eBlood-Pressure"}));
     rows.push_back(nameRow<HalvoraSDKHeartDeviceV3>("HalvoraSDKHeartDeviceV3", DeviceTypeHeart, {"Belter_BT"}));
     rows.push_back(nameRow<HalvoraSDKBracelet>("HalvoraSDKBracelet", DeviceTypeBracelet, {"B521A", "RM-610HR"}));
-    // Further families take their places here, in this order: RM830 bracelet, RM830 in update mode, Vital
-    // bracelet.
+    rows.push_back(nameRow<HalvoraSDKBraceletRM830>("HalvoraSDKBraceletRM830", DeviceTypeBraceletRM830,
+                                                    {"J-Style", "HalVora", "HR1638"}));
+    // Further families take their places here, in this order: RM830 in update mode, Vital bracelet.
     rows.push_back(nameRow<HalvoraSDKOximeter>("HalvoraSDKOximeter", DeviceTypeOximeter, {"BLT_M70C"}));
     // The thermometers and the baby thermometer take names containing these fragments (the second
     // generation in any letter case, the third too).
