@@ -7,7 +7,9 @@ void CliApplication::bluetoothPoweredOn(bool poweredOn) {
     poweredOn_ = poweredOn;
 }
 
-void CliApplication::heartDeviceOnProgressMeasurement(std::int32_t value) { notify(onProgress, value); }
+void CliApplication::heartDeviceOnProgressMeasurement(std::int32_t value) {
+    notify(onProgress, value);
+}
 
 void CliApplication::heartDeviceOnResult(const HalvoraSDKHeartData& data) {
     std::lock_guard lock(mutex_);
@@ -28,9 +30,24 @@ void CliApplication::deviceOnBatteryLevelReceived(DeviceKind kind, std::int32_t 
     battery_[kind] = level;
 }
 
-void CliApplication::allDevicesDetected(const ScanResult& devices) { notify(onScan, devices); }
+void CliApplication::deviceOnSendInformation(DeviceKind kind, const std::string& information) {
+    std::lock_guard lock(mutex_);
+    information_[kind].push_back(information);
+}
 
-void CliApplication::weightscaleOnMeasurementResult(const HalvoraSDKWeightScaleData& data) { notify(onWeighing, data); }
+std::vector<std::string> CliApplication::information(DeviceKind kind) const {
+    std::lock_guard lock(mutex_);
+    const auto found = information_.find(kind);
+    return found == information_.end() ? std::vector<std::string>{} : found->second;
+}
+
+void CliApplication::allDevicesDetected(const ScanResult& devices) {
+    notify(onScan, devices);
+}
+
+void CliApplication::weightscaleOnMeasurementResult(const HalvoraSDKWeightScaleData& data) {
+    notify(onWeighing, data);
+}
 
 void CliApplication::weightscaleOnResult(const HalvoraSDKWeightScaleData& data) {
     std::lock_guard lock(mutex_);

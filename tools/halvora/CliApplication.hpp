@@ -4,11 +4,10 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include <nlohmann/json.hpp>
 
 #include "halvora/Manager/HalvoraSDKManager.hpp"
 
@@ -31,7 +30,7 @@ public:
     std::function<void(std::int32_t)> onProgress;
     std::function<void(const ScanResult&)> onScan;
     std::function<void(const HalvoraSDKWeightScaleData&)> onWeighing;
-    std::function<void(const HalvoraSDKOximeterData&)> onOximeter;     ///< values (result) and wave samples
+    std::function<void(const HalvoraSDKOximeterData&)> onOximeter;  ///< values (result) and wave samples
     std::function<void(const std::string&, const nlohmann::json&)> onThermometerEvent;  ///< acks and errors
 
     void bluetoothPoweredOn(bool poweredOn) override;
@@ -39,6 +38,7 @@ public:
     void heartDeviceOnResult(const HalvoraSDKHeartData& data) override;
     void deviceOnConnectionChanged(DeviceKind kind, std::int32_t status) override;
     void deviceOnBatteryLevelReceived(DeviceKind kind, std::int32_t level) override;
+    void deviceOnSendInformation(DeviceKind kind, const std::string& information) override;
     void allDevicesDetected(const ScanResult& devices) override;
     void weightscaleOnMeasurementResult(const HalvoraSDKWeightScaleData& data) override;
     void weightscaleOnResult(const HalvoraSDKWeightScaleData& data) override;
@@ -56,6 +56,8 @@ public:
     bool wasSearching(DeviceKind kind) const;
     std::optional<HalvoraSDKHeartData> heartResult() const;
     std::optional<std::int32_t> battery(DeviceKind kind) const;
+    /// The messages a device of that kind sent about itself (firmware version and check), in order.
+    std::vector<std::string> information(DeviceKind kind) const;
     std::optional<HalvoraSDKWeightScaleData> weightResult() const;
     std::optional<HalvoraSDKThermometerData> thermometerResult() const;
     std::optional<HalvoraSDKOximeterData> oximeterResult() const;
@@ -85,6 +87,7 @@ private:
     std::optional<std::int32_t> thermometerError_;
     std::optional<HalvoraSDKThermometerSuccessData> thermometerAck_;
     std::map<DeviceKind, std::int32_t> battery_;
+    std::map<DeviceKind, std::vector<std::string>> information_;
 };
 
 }  // namespace halvora::cli

@@ -49,5 +49,6 @@ inline void addTimeout(CLI::App* command, double& timeout) {
 void addMeasurementCommands(CLI::App& app, CommandSet& commands);
 /// The text-command bracelet's commands: bracelet steps|heart|sync|battery|version|find|set.
 void addBraceletCommands(CLI::App& app, CommandSet& commands);
+void addRM830Commands(CLI::App& app, CommandSet& commands);
 
 }  // namespace halvora::cli

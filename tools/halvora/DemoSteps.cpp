@@ -7,6 +7,7 @@ const DemoStep* demoStepFor(const std::string& className) {
         std::map<std::string, DemoStep> all;
         addMeasurementDemoSteps(all);
         addBraceletDemoSteps(all);
+        addRM830DemoSteps(all);
         return all;
     }();
     auto it = steps.find(className);

@@ -18,5 +18,6 @@ const DemoStep* demoStepFor(const std::string& className);
 /// Registration, one per device family.
 void addMeasurementDemoSteps(std::map<std::string, DemoStep>& steps);
 void addBraceletDemoSteps(std::map<std::string, DemoStep>& steps);
+void addRM830DemoSteps(std::map<std::string, DemoStep>& steps);
 
 }  // namespace halvora::cli

@@ -54,6 +54,7 @@ int main(int argc, char** argv) {
     CommandSet commands;
     addMeasurementCommands(app, commands);
     addBraceletCommands(app, commands);
+    addRM830Commands(app, commands);
 
     try {
         app.parse(argc, argv);

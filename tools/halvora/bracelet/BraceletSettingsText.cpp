@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "CliError.hpp"
+#include "TimeTexts.hpp"
 #include "halvora/Core/Calendar.hpp"
 #include "halvora/Devices/Bracelet/HalvoraSDKBracelet.hpp"
 
@@ -26,34 +27,13 @@ std::vector<std::string> split(const std::string& text, char separator) {
     return parts;
 }
 
-/// "HH:MM" into hour and minute; false when it is not a time of day.
-bool parseTime(const std::string& text, int& hour, int& minute) {
-    char extra = 0;
-    if (std::sscanf(text.c_str(), "%2d:%2d%c", &hour, &minute, &extra) != 2) return false;
-    return hour >= 0 && hour < 24 && minute >= 0 && minute < 60;
-}
-
 void setDays(HalvoraSDKBraceletAlarm& alarm, const std::string& days) {
     static const std::map<std::string, bool HalvoraSDKBraceletAlarm::*> kDays = {
         {"mon", &HalvoraSDKBraceletAlarm::monday},    {"tue", &HalvoraSDKBraceletAlarm::tuesday},
         {"wed", &HalvoraSDKBraceletAlarm::wednesday}, {"thu", &HalvoraSDKBraceletAlarm::thursday},
         {"fri", &HalvoraSDKBraceletAlarm::friday},    {"sat", &HalvoraSDKBraceletAlarm::saturday},
         {"sun", &HalvoraSDKBraceletAlarm::sunday}};
-    std::vector<std::string> names;
-    if (days == "daily") {
-        names = {"mon", "tue", "wed", "thu", "fri", "sat", "sun"};
-    } else if (days == "weekdays") {
-        names = {"mon", "tue", "wed", "thu", "fri"};
-    } else if (days == "weekend") {
-        names = {"sat", "sun"};
-    } else if (days != "none") {
-        names = split(days, '+');
-    }
-    for (const auto& name : names) {
-        auto it = kDays.find(name);
-        if (it == kDays.end()) bad("unknown day \"" + name + "\" in the alarm (mon, tue, ... sun)");
-        alarm.*(it->second) = true;
-    }
+    for (const auto& name : parseDayNames(days, "alarm")) alarm.*(kDays.at(name)) = true;
 }
 
 void addFlag(std::vector<SettingStep>& plan, const std::optional<int>& value, const char* label, std::int32_t code,
@@ -83,7 +63,8 @@ HalvoraSDKBraceletAlarm parseAlarm(const std::string& text) {
     HalvoraSDKBraceletAlarm alarm;
     alarm.secondaryAlarm = parts[0] == "2";
     setDays(alarm, parts[1]);
-    if (!parseTime(parts[2], alarm.hour, alarm.minute)) bad("the alarm's time must be HH:MM, got \"" + parts[2] + "\"");
+    if (!parseTimeOfDay(parts[2], alarm.hour, alarm.minute))
+        bad("the alarm's time must be HH:MM, got \"" + parts[2] + "\"");
     return alarm;
 }
 
@@ -97,8 +78,8 @@ HalvoraSDKBraceletSedentaryAlarm parseSedentary(const std::string& text) {
         bad("the sedentary interval must be a number of minutes, got \"" + parts[0] + "\"");
     }
     if (alarm.interval < 1 || alarm.interval > 999) bad("the sedentary interval must be from 1 to 999 minutes");
-    if (!parseTime(parts[1], alarm.startHour, alarm.startMinute) ||
-        !parseTime(parts[2], alarm.endHour, alarm.endMinute)) {
+    if (!parseTimeOfDay(parts[1], alarm.startHour, alarm.startMinute) ||
+        !parseTimeOfDay(parts[2], alarm.endHour, alarm.endMinute)) {
         bad("the sedentary reminder's times must be HH:MM");
     }
     return alarm;
