@@ -138,6 +138,9 @@ LabDescription LabDescription::fromText(const std::string& text, const std::stri
         const auto colon = what.find("syntax error");
         if (colon != std::string::npos) what = what.substr(colon);
         throw CliError(ExitBadArguments, format("%s:%zu:%zu: %s", origin.c_str(), line, column, what.c_str()));
+    } catch (const nlohmann::json::exception& error) {
+        // Well-formed text the parser still refuses, such as a number beyond every number type.
+        throw CliError(ExitBadArguments, origin + ": " + error.what());
     }
     JsonReader root(json, origin);
     root.rejectUnknown({"seed", "devices"});
