@@ -3,7 +3,7 @@ PRESET ?= default
 BUILD_DIR = build/$(PRESET)
 HALVORA = build/default/tools/halvora/halvora
 
-.PHONY: setup configure build test demo test-asan test-tsan release package docs install clean fuzz-build fuzz fuzz-ci
+.PHONY: setup configure build test demo test-asan test-tsan release package docs install clean fuzz-build fuzz fuzz-ci soak
 
 setup:
 	./scripts/install-deps.sh
@@ -50,6 +50,10 @@ fuzz: fuzz-build
 
 fuzz-ci: fuzz-build
 	fuzz/run.sh 30
+
+# The soak programs at full size (CTest runs them at a tenth).
+soak: build
+	build/default/soak/halvora_soak_hostile --events 1000000
 
 docs: configure
 	cmake --build --preset default --target docs

@@ -45,6 +45,11 @@ const std::vector<FacadeCall>& facadeCalls() {
         [](HalvoraSDKManager& m, FuzzInput&) { m.getBraceletBattery(); },
         [](HalvoraSDKManager& m, FuzzInput& in) { m.configureBraceletStepTarget(in.integer()); },
         [](HalvoraSDKManager& m, FuzzInput& in) { m.sendBraceletStartOrFinishExercise(in.byte()); },
+        [](HalvoraSDKManager& m, FuzzInput&) { m.getBraceletRM830TodayData(); },
+        [](HalvoraSDKManager& m, FuzzInput& in) { m.getBraceletRM830HistoryData(in.byte()); },
+        [](HalvoraSDKManager& m, FuzzInput&) { m.getBraceletRM830HeartRateSync(); },
+        [](HalvoraSDKManager& m, FuzzInput& in) { m.setBraceletRM830RealtimeHREnabled(in.flag()); },
+        [](HalvoraSDKManager& m, FuzzInput&) { m.updateBraceletRM830Firmware(); },
     };
     return calls;
 }

@@ -154,7 +154,7 @@ void writeSeed(const std::filesystem::path& folder, const std::string& name, con
 std::vector<std::uint8_t> preferencesFile() {
     const auto file = std::filesystem::path(scratchFolder()) / "seed-preferences";
     std::filesystem::remove(file);
-    halvora::Log silent([](const std::string&) {});
+    Log silent([](const std::string&) {});
     {
         PreferenceUtils preferences(file, &silent);
         preferences.setCentralUUID("6F1C2D3E-0000-4000-8000-000000000001");

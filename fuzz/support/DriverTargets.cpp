@@ -11,6 +11,7 @@
 #include "halvora/Devices/Measurement/HalvoraSDKThermometerV2.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKThermometerV3.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKWeightScale.hpp"
+#include "halvora/Devices/RM830/HalvoraSDKBraceletRM830.hpp"
 #include "support/DriverTarget.hpp"
 #include "support/FuzzInput.hpp"
 
@@ -82,6 +83,37 @@ std::vector<FuzzCommand> braceletCommands() {
         }),
         command<B>([](B& b, FuzzInput& in) { b.sendText(in.text()); }),
         command<B>([](B& b, FuzzInput& in) { b.sendCustomInstruction(in.text()); }),
+    };
+}
+
+std::vector<FuzzCommand> rm830Commands() {
+    using R = HalvoraSDKBraceletRM830;
+    return {
+        command<R>([](R& r, FuzzInput& in) { r.synchronizeDateTime(dateFrom(in)); }),
+        command<R>([](R& r, FuzzInput& in) {
+            r.synchronizePersonalInformation(in.integer(), in.integer(), in.byte(), dateFrom(in), in.flag());
+        }),
+        command<R>([](R& r, FuzzInput& in) { r.synchronizeTargets(in.integer()); }),
+        command<R>([](R& r, FuzzInput& in) { r.synchronizeDataDaysAgo(in.byte()); }),
+        command<R>([](R& r, FuzzInput&) { r.startRealTime(); }),
+        command<R>([](R& r, FuzzInput& in) { r.stopRealtime(in.byte() & 1); }),
+        command<R>([](R& r, FuzzInput&) { r.getFirmwareVersion(); }),
+        command<R>([](R& r, FuzzInput&) { r.updateFirmware(); }),
+        command<R>([](R& r, FuzzInput&) { r.getHeartRateBasicValue(); }),
+        command<R>([](R& r, FuzzInput& in) { r.getHeartRateValue(in.byte()); }),
+        command<R>([](R& r, FuzzInput& in) { r.setRealtimeHREnabled(in.flag()); }),
+        command<R>([](R& r, FuzzInput& in) { r.setMonitoringHREnabled(in.flag()); }),
+        command<R>([](R& r, FuzzInput& in) {
+            HalvoraSDKRM830TimeRange range;
+            range.startHour = in.byte();
+            range.startMinute = in.byte();
+            range.endHour = in.byte();
+            range.endMinute = in.byte();
+            range.monday = in.flag();
+            r.setMonitoringHRAuto(in.flag(), range);
+        }),
+        command<R>([](R& r, FuzzInput&) { r.getDatesWithInfo(); }),
+        command<R>([](R& r, FuzzInput&) { r.readDateTime(); }),
     };
 }
 
@@ -161,6 +193,14 @@ std::vector<DriverTarget> makeTargets() {
                        maker<HalvoraSDKBracelet>(),
                        braceletCommands(),
                        "HalvoraSDKBracelet"});
+    targets.push_back({"rm830_notifications",
+                       HalvoraSDKBraceletRM830::getThirdName(),
+                       {{HalvoraSDKBraceletRM830::rsServiceUUID(),
+                         {{HalvoraSDKBraceletRM830::readCharacteristicUUID(), kNotify},
+                          {HalvoraSDKBraceletRM830::sendCharacteristicUUID(), kWriteNoResponse | kWrite}}}},
+                       maker<HalvoraSDKBraceletRM830>(),
+                       rm830Commands(),
+                       "HalvoraSDKBraceletRM830"});
     return targets;
 }
 

@@ -9,6 +9,7 @@
 #include "halvora/Devices/Measurement/HalvoraOximeterDelegate.hpp"
 #include "halvora/Devices/Measurement/HalvoraThermometerDelegate.hpp"
 #include "halvora/Devices/Measurement/HalvoraWeightScaleDelegate.hpp"
+#include "halvora/Devices/RM830/HalvoraBraceletRM830Delegate.hpp"
 #include "halvora/Manager/HalvoraDeviceDelegate.hpp"
 #include "halvora/Manager/HalvoraSDKManagerDelegate.hpp"
 
@@ -44,6 +45,17 @@ struct Sinks : HalvoraSDKManagerDelegate,
     }
 };
 
+// The RM830 bracelet's callbacks share names with the text-command bracelet's: a receiver of its own.
+struct RM830Sink : HalvoraBraceletRM830Delegate {
+    void braceletSyncReceived(const HalvoraSDKBraceletData& data) override {
+        for (const auto& sleep : data.sleepData) look(sleep.description());
+        for (const auto& steps : data.stepsData) look(steps.print());
+    }
+    void braceletRM830HRSyncReceived(const std::vector<HalvoraSDKHeartBeatData>& data) override {
+        for (const auto& heart : data) look(heart.description());
+    }
+};
+
 // The heart delegate has the general delegate's heart callbacks under the same names: a receiver of its own.
 struct HeartSink : HalvoraHeartDelegate {
     void heartDeviceOnResult(const HalvoraSDKHeartData& data) override { look(data.print()); }
@@ -52,6 +64,7 @@ struct HeartSink : HalvoraHeartDelegate {
 struct Receivers {
     std::shared_ptr<Sinks> sinks = std::make_shared<Sinks>();
     std::shared_ptr<HeartSink> heart = std::make_shared<HeartSink>();
+    std::shared_ptr<RM830Sink> rm830 = std::make_shared<RM830Sink>();
 };
 
 }  // namespace
@@ -62,6 +75,7 @@ std::shared_ptr<void> installSinkDelegates(HalvoraSDKManager& manager) {
     manager.setDelegate(std::shared_ptr<HalvoraSDKManagerDelegate>(s, s.get()));
     manager.setDeviceDelegate(std::shared_ptr<HalvoraDeviceDelegate>(s, s.get()));
     manager.setHeartDelegate(receivers->heart);
+    manager.setBraceletRM830Delegate(receivers->rm830);
     manager.setOximeterDelegate(std::shared_ptr<HalvoraOximeterDelegate>(s, s.get()));
     manager.setThermometerDelegate(std::shared_ptr<HalvoraThermometerDelegate>(s, s.get()));
     manager.setBabyThermometerDelegate(std::shared_ptr<HalvoraBabyThermometerDelegate>(s, s.get()));

@@ -1,0 +1,7 @@
+// The RM830 bracelet's answer path and commands, fed event scripts (see support/FuzzEvents.hpp).
+#include "support/DriverFuzzer.hpp"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static const auto& target = halvora::fuzz::driverTarget("rm830_notifications");
+    return halvora::fuzz::runDriverScript(target, {data, size});
+}
