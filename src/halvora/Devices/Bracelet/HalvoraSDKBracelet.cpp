@@ -21,6 +21,15 @@ std::vector<std::uint8_t> bytesOf(const std::string& text) {
     return {text.begin(), text.end()};
 }
 
+/// The protocol service and its two characteristics, asked for in this order.
+SerialCommandDevice::Profile profile() {
+    return {HalvoraSDKBracelet::rsServiceUUID(),
+            HalvoraSDKBracelet::readCharacteristicUUID(),
+            HalvoraSDKBracelet::sendCharacteristicUUID(),
+            {HalvoraSDKBracelet::sendCharacteristicUUID(), HalvoraSDKBracelet::readCharacteristicUUID()},
+            kOwnQueueLabel};
+}
+
 }  // namespace
 
 // ------------------------------------------------------------------------------------ class operations
@@ -52,20 +61,11 @@ std::int32_t HalvoraSDKBracelet::crcCalculation(const std::vector<std::int32_t>&
 // ------------------------------------------------------------------------------------ life
 
 HalvoraSDKBracelet::HalvoraSDKBracelet(DriverContext context)
-    : BLEDevice(std::move(context)),
+    : SerialCommandDevice(std::move(context), profile()),
       transfer_(std::make_unique<BraceletTransfer>()),
-      history_(std::make_unique<BraceletHistory>()) {
-    const auto& executor = this->context().executor;
-    queue_ = this->context().callbackQueue;
-    if (!queue_ && executor) queue_ = executor->makeQueue(kOwnQueueLabel);
-    commands_ = std::make_unique<CommandQueue>(executor, queue_);
-}
+      history_(std::make_unique<BraceletHistory>()) {}
 
 HalvoraSDKBracelet::~HalvoraSDKBracelet() = default;
-
-void HalvoraSDKBracelet::deinit() {
-    commands_->dispose();
-}
 
 bool HalvoraSDKBracelet::isReceivingData() const {
     return transfer_->isReceivingData();
@@ -76,10 +76,6 @@ std::shared_ptr<HalvoraBraceletDelegate> HalvoraSDKBracelet::braceletDelegate() 
     return nullptr;
 }
 
-std::shared_ptr<PreferenceUtils> HalvoraSDKBracelet::preferences() const {
-    return context().preferences ? context().preferences : PreferenceUtils::shared();
-}
-
 std::optional<std::int64_t> HalvoraSDKBracelet::userHeight() const {
     return preferences()->getUserHeight();
 }
@@ -88,56 +84,26 @@ std::optional<double> HalvoraSDKBracelet::userWeight() const {
     return preferences()->getUserWeight();
 }
 
-Date HalvoraSDKBracelet::now() const {
-    const auto& executor = context().executor;
-    return executor ? executor->date() : Date{};
-}
-
 // ------------------------------------------------------------------------------------ connection
 
-void HalvoraSDKBracelet::peripheralDidDiscoverServices(const std::shared_ptr<Peripheral>& peripheral,
-                                                       const OptionalError& error) {
-    if (error) return;
-    const auto service = discoverCharacteristicsOfService(peripheral, rsServiceUUID(),
-                                                          {sendCharacteristicUUID(), readCharacteristicUUID()});
-    if (service) rs232Service_ = service;
-}
-
-void HalvoraSDKBracelet::peripheralDidDiscoverCharacteristicsForService(const std::shared_ptr<Peripheral>& peripheral,
-                                                                        const std::shared_ptr<Service>& service,
-                                                                        const OptionalError& error) {
-    if (error || !service || !peripheral) return;
-    for (const auto& characteristic : service->characteristics()) {
-        if (characteristic->uuid() == readCharacteristicUUID()) {
-            readCharacteristic_ = characteristic;
-            peripheral->setNotifyValue(true, characteristic);
-        } else if (characteristic->uuid() == sendCharacteristicUUID()) {
-            sendCharacteristic_ = characteristic;
-        }
-    }
+void HalvoraSDKBracelet::characteristicsReady(const std::shared_ptr<Peripheral>& peripheral) {
     // Whatever was found: the bracelet is ready, remembered, and greeted.
     reportReady();
     preferences()->setBraceletUUID(peripheral->identifier());
     scheduleOpening();
 }
 
-void HalvoraSDKBracelet::peripheralDidWriteValueForDescriptor(const std::shared_ptr<Peripheral>& /*peripheral*/,
-                                                              const std::shared_ptr<Characteristic>& /*c*/,
-                                                              const OptionalError& /*error*/) {
-    reportReady();
-}
-
 void HalvoraSDKBracelet::peripheralDidUpdateValueForCharacteristic(
     const std::shared_ptr<Peripheral>& /*peripheral*/, const std::shared_ptr<Characteristic>& characteristic,
     const std::vector<std::uint8_t>& value, const OptionalError& error) {
-    if (error || !characteristic || characteristic != readCharacteristic_) return;
+    if (error || !characteristic || characteristic != readCharacteristic()) return;
     handleNotification(value);
 }
 
 void HalvoraSDKBracelet::scheduleOpening() {
-    if (!queue_) return;
+    if (!queue()) return;
     std::weak_ptr<BLEDevice> weak = weak_from_this();
-    queue_->asyncAfter(kOpeningDelay, [weak] {
+    queue()->asyncAfter(kOpeningDelay, [weak] {
         auto self = std::static_pointer_cast<HalvoraSDKBracelet>(weak.lock());
         if (!self) return;
         self->sendBTIOS(kOpeningBTIOS);
@@ -149,7 +115,7 @@ void HalvoraSDKBracelet::scheduleOpening() {
 
 void HalvoraSDKBracelet::sendCommand(std::string text, Duration waitLimit) {
     std::weak_ptr<BLEDevice> weak = weak_from_this();
-    commands_->enqueue(
+    commands().enqueue(
         [weak, text = std::move(text)] {
             if (auto self = std::static_pointer_cast<HalvoraSDKBracelet>(weak.lock())) self->writeUnderSlot(text);
         },
@@ -168,12 +134,8 @@ void HalvoraSDKBracelet::writeText(const std::string& text) {
     writeRawData(bytesOf(text));
 }
 
-void HalvoraSDKBracelet::writeRawData(const std::vector<std::uint8_t>& data) {
-    writeInPieces(data, sendCharacteristic_);
-}
-
 void HalvoraSDKBracelet::releaseSlot() {
-    commands_->release();
+    commands().release();
 }
 
 // ------------------------------------------------------------------------------------ commands
@@ -185,7 +147,7 @@ void HalvoraSDKBracelet::synchronizeHistoryData() {
 void HalvoraSDKBracelet::synchronizeData(bool /*flag*/) {
     if (transfer_->isReceivingData()) return;
     std::weak_ptr<BLEDevice> weak = weak_from_this();
-    commands_->enqueue(
+    commands().enqueue(
         [weak] {
             if (auto self = std::static_pointer_cast<HalvoraSDKBracelet>(weak.lock())) self->requestData(kFirstPackage);
         },

@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "halvora/Core/BLEDevice.hpp"
 #include "halvora/Core/Date.hpp"
 #include "halvora/Devices/Bracelet/HalvoraBraceletDelegate.hpp"
+#include "halvora/Devices/Common/SerialCommandDevice.hpp"
 #include "halvora/Records/HalvoraSDKBraceletAlarm.hpp"
 #include "halvora/Records/HalvoraSDKBraceletSedentaryAlarm.hpp"
 #include "halvora/Runtime/CommandQueue.hpp"
@@ -59,7 +59,7 @@ struct MoxentaParserData;
 /// one made without an executor sends no commands. Results go to the manager's `braceletDelegate` as it is
 /// at the moment of delivery (dropped when there is none), the battery level also to the manager
 /// (`deviceOnBatteryLevelReceived`). Drivers must be owned by a std::shared_ptr.
-class HalvoraSDKBracelet : public BLEDevice {
+class HalvoraSDKBracelet : public SerialCommandDevice {
 public:
     /// How long a command waits for the answer to the previous one.
     static constexpr Duration kCommandWaitLimit = std::chrono::seconds(60);
@@ -106,8 +106,6 @@ public:
 
     DeviceKind getType() const override { return DeviceTypeBracelet; }
     std::string className() const override { return "HalvoraSDKBracelet"; }
-    /// Lets every waiting command go (without waiting for a slot) and stops all later waiting.
-    void deinit() override;
 
     /// True while an exercise, the real-time pedometer or a heart-rate run is going on on the bracelet, as its
     /// answers and notifications last said. Safe from any thread.
@@ -170,17 +168,9 @@ public:
     void sendText(const std::string& text);
     /// Sends `instruction` as it is (nothing appended).
     void sendCustomInstruction(const std::string& instruction);
-    /// Writes bytes to the send characteristic, in 20-byte slices (dropped while there is none).
-    void writeRawData(const std::vector<std::uint8_t>& data);
 
     // ------------------------------------------------------------------ state, for tools and tests
 
-    /// The discovered service.
-    std::shared_ptr<Service> rs232Service() const { return rs232Service_; }
-    /// The notify characteristic.
-    std::shared_ptr<Characteristic> readCharacteristic() const { return readCharacteristic_; }
-    /// The write characteristic.
-    std::shared_ptr<Characteristic> sendCharacteristic() const { return sendCharacteristic_; }
     /// True while a history transfer is open. Call on the callback queue.
     bool isReceivingData() const;
     /// The open transfer (its type is private to the kit). Call on the callback queue.
@@ -188,28 +178,18 @@ public:
     /// The records decoded and not yet delivered (their holder is private to the kit). Call on the callback
     /// queue.
     const BraceletHistory& history() const { return *history_; }
-    /// The command queue. Call its inspectors on the callback queue.
-    const CommandQueue& commandQueue() const { return *commands_; }
 
     // ------------------------------------------------------------------ peripheral events
 
-    /// Asks the protocol service for its send and read characteristics; an event with an error is ignored.
-    void peripheralDidDiscoverServices(const std::shared_ptr<Peripheral>& peripheral,
-                                       const OptionalError& error) override;
-    /// Keeps the characteristics, switches notifications on, reports ready, remembers the bracelet and
-    /// schedules the opening commands; an event with an error is ignored.
-    void peripheralDidDiscoverCharacteristicsForService(const std::shared_ptr<Peripheral>& peripheral,
-                                                        const std::shared_ptr<Service>& service,
-                                                        const OptionalError& error) override;
-    /// Reports ready again.
-    void peripheralDidWriteValueForDescriptor(const std::shared_ptr<Peripheral>& peripheral,
-                                              const std::shared_ptr<Characteristic>& characteristic,
-                                              const OptionalError& error) override;
     /// Handles a notification of the read characteristic (others, and events with an error, are ignored).
     void peripheralDidUpdateValueForCharacteristic(const std::shared_ptr<Peripheral>& peripheral,
                                                    const std::shared_ptr<Characteristic>& characteristic,
                                                    const std::vector<std::uint8_t>& value,
                                                    const OptionalError& error) override;
+
+protected:
+    /// The characteristics are known: reports ready, remembers the bracelet and schedules the opening commands.
+    void characteristicsReady(const std::shared_ptr<Peripheral>& peripheral) override;
 
 private:
     // Commands.
@@ -242,16 +222,9 @@ private:
     void logDropped(std::size_t dropped);
 
     std::shared_ptr<HalvoraBraceletDelegate> braceletDelegate() const;
-    std::shared_ptr<PreferenceUtils> preferences() const;
     std::optional<std::int64_t> userHeight() const;
     std::optional<double> userWeight() const;
-    Date now() const;
 
-    std::shared_ptr<SerialQueue> queue_;
-    std::unique_ptr<CommandQueue> commands_;
-    std::shared_ptr<Service> rs232Service_;
-    std::shared_ptr<Characteristic> readCharacteristic_;
-    std::shared_ptr<Characteristic> sendCharacteristic_;
     std::atomic<bool> isRunning_{false};
     std::unique_ptr<BraceletTransfer> transfer_;
     std::unique_ptr<BraceletHistory> history_;

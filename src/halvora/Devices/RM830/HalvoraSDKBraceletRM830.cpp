@@ -20,6 +20,15 @@ constexpr std::int32_t kToday = 0;
 constexpr std::int32_t kFirstPacket = 0;
 constexpr std::int32_t kStopUnderSlot = 0;
 
+/// The protocol service and its two characteristics, asked for in this order.
+SerialCommandDevice::Profile profile() {
+    return {HalvoraSDKBraceletRM830::rsServiceUUID(),
+            HalvoraSDKBraceletRM830::readCharacteristicUUID(),
+            HalvoraSDKBraceletRM830::sendCharacteristicUUID(),
+            {HalvoraSDKBraceletRM830::readCharacteristicUUID(), HalvoraSDKBraceletRM830::sendCharacteristicUUID()},
+            kOwnQueueLabel};
+}
+
 }  // namespace
 
 // ------------------------------------------------------------------------------------ class operations
@@ -49,20 +58,11 @@ std::string HalvoraSDKBraceletRM830::byteToString(std::uint8_t value) {
 // ------------------------------------------------------------------------------------ life
 
 HalvoraSDKBraceletRM830::HalvoraSDKBraceletRM830(DriverContext context)
-    : BLEDevice(std::move(context)),
+    : SerialCommandDevice(std::move(context), profile()),
       dayFrames_(std::make_unique<RM830DayFrames>()),
-      heartRates_(std::make_unique<RM830HeartRateDownload>()) {
-    const auto& executor = this->context().executor;
-    queue_ = this->context().callbackQueue;
-    if (!queue_ && executor) queue_ = executor->makeQueue(kOwnQueueLabel);
-    commands_ = std::make_unique<CommandQueue>(executor, queue_);
-}
+      heartRates_(std::make_unique<RM830HeartRateDownload>()) {}
 
 HalvoraSDKBraceletRM830::~HalvoraSDKBraceletRM830() = default;
-
-void HalvoraSDKBraceletRM830::deinit() {
-    commands_->dispose();
-}
 
 std::shared_ptr<HalvoraBraceletRM830Delegate> HalvoraSDKBraceletRM830::rm830Delegate() const {
     if (auto delegates = context().delegates.lock()) return delegates->braceletRM830Delegate();
@@ -74,37 +74,9 @@ std::shared_ptr<HalvoraDeviceDelegate> HalvoraSDKBraceletRM830::deviceDelegate()
     return nullptr;
 }
 
-std::shared_ptr<PreferenceUtils> HalvoraSDKBraceletRM830::preferences() const {
-    return context().preferences ? context().preferences : PreferenceUtils::shared();
-}
-
-Date HalvoraSDKBraceletRM830::now() const {
-    const auto& executor = context().executor;
-    return executor ? executor->date() : Date{};
-}
-
 // ------------------------------------------------------------------------------------ connection
 
-void HalvoraSDKBraceletRM830::peripheralDidDiscoverServices(const std::shared_ptr<Peripheral>& peripheral,
-                                                            const OptionalError& error) {
-    if (error) return;
-    const auto service = discoverCharacteristicsOfService(peripheral, rsServiceUUID(),
-                                                          {readCharacteristicUUID(), sendCharacteristicUUID()});
-    if (service) rs232Service_ = service;
-}
-
-void HalvoraSDKBraceletRM830::peripheralDidDiscoverCharacteristicsForService(
-    const std::shared_ptr<Peripheral>& peripheral, const std::shared_ptr<Service>& service,
-    const OptionalError& error) {
-    if (error || !service || !peripheral) return;
-    for (const auto& characteristic : service->characteristics()) {
-        if (characteristic->uuid() == readCharacteristicUUID()) {
-            readCharacteristic_ = characteristic;
-            peripheral->setNotifyValue(true, characteristic);
-        } else if (characteristic->uuid() == sendCharacteristicUUID()) {
-            sendCharacteristic_ = characteristic;
-        }
-    }
+void HalvoraSDKBraceletRM830::characteristicsReady(const std::shared_ptr<Peripheral>& peripheral) {
     // Whatever was found: the bracelet is ready, remembered, and asked for its version and time format.
     reportReady();
     preferences()->setBraceletUUID(peripheral->identifier());
@@ -112,16 +84,10 @@ void HalvoraSDKBraceletRM830::peripheralDidDiscoverCharacteristicsForService(
     synchronizeParams(kOpeningParams);
 }
 
-void HalvoraSDKBraceletRM830::peripheralDidWriteValueForDescriptor(const std::shared_ptr<Peripheral>& /*peripheral*/,
-                                                                   const std::shared_ptr<Characteristic>& /*c*/,
-                                                                   const OptionalError& /*error*/) {
-    reportReady();
-}
-
 void HalvoraSDKBraceletRM830::peripheralDidUpdateValueForCharacteristic(
     const std::shared_ptr<Peripheral>& /*peripheral*/, const std::shared_ptr<Characteristic>& characteristic,
     const std::vector<std::uint8_t>& value, const OptionalError& error) {
-    if (error || !characteristic || characteristic != readCharacteristic_) return;
+    if (error || !characteristic || characteristic != readCharacteristic()) return;
     handleAnswer(value);
 }
 
@@ -129,7 +95,7 @@ void HalvoraSDKBraceletRM830::peripheralDidUpdateValueForCharacteristic(
 
 void HalvoraSDKBraceletRM830::sendWithSlot(std::vector<std::uint8_t> frame) {
     std::weak_ptr<BLEDevice> weak = weak_from_this();
-    commands_->enqueue(
+    commands().enqueue(
         [weak, frame = std::move(frame)] {
             if (auto self = std::static_pointer_cast<HalvoraSDKBraceletRM830>(weak.lock())) self->writeRawData(frame);
         },
@@ -138,17 +104,13 @@ void HalvoraSDKBraceletRM830::sendWithSlot(std::vector<std::uint8_t> frame) {
 
 void HalvoraSDKBraceletRM830::sendWithoutSlot(std::vector<std::uint8_t> frame) {
     std::weak_ptr<BLEDevice> weak = weak_from_this();
-    commands_->enqueueWithoutPermit([weak, frame = std::move(frame)] {
+    commands().enqueueWithoutPermit([weak, frame = std::move(frame)] {
         if (auto self = std::static_pointer_cast<HalvoraSDKBraceletRM830>(weak.lock())) self->writeRawData(frame);
     });
 }
 
-void HalvoraSDKBraceletRM830::writeRawData(const std::vector<std::uint8_t>& data) {
-    writeInPieces(data, sendCharacteristic_);
-}
-
 void HalvoraSDKBraceletRM830::releaseSlot() {
-    commands_->release();
+    commands().release();
 }
 
 // ------------------------------------------------------------------------------------ commands
@@ -212,7 +174,7 @@ void HalvoraSDKBraceletRM830::readPersonalInformation() {
 
 void HalvoraSDKBraceletRM830::synchronizeDataDaysAgo(std::int32_t days) {
     std::weak_ptr<BLEDevice> weak = weak_from_this();
-    commands_->enqueue(
+    commands().enqueue(
         [weak, days] {
             if (auto self = std::static_pointer_cast<HalvoraSDKBraceletRM830>(weak.lock())) self->requestDay(days);
         },
@@ -239,7 +201,7 @@ void HalvoraSDKBraceletRM830::updateFirmware() {
         return;
     }
     std::weak_ptr<BLEDevice> weak = weak_from_this();
-    commands_->enqueue(
+    commands().enqueue(
         [weak] {
             if (auto self = std::static_pointer_cast<HalvoraSDKBraceletRM830>(weak.lock())) self->switchToUpdater();
         },
@@ -269,15 +231,15 @@ void HalvoraSDKBraceletRM830::getHeartRateValue(std::int32_t packet) {
             self->requestHeartRatePacket(packet);
     };
     if (packet == kFirstPacket) {
-        commands_->enqueue(std::move(work), kCommandWaitLimit);
+        commands().enqueue(std::move(work), kCommandWaitLimit);
     } else {
-        commands_->enqueueWithoutPermit(std::move(work));
+        commands().enqueueWithoutPermit(std::move(work));
     }
 }
 
 void HalvoraSDKBraceletRM830::getHeartRateValueNoLock(std::int32_t packet) {
     std::weak_ptr<BLEDevice> weak = weak_from_this();
-    commands_->enqueueWithoutPermit([weak, packet] {
+    commands().enqueueWithoutPermit([weak, packet] {
         if (auto self = std::static_pointer_cast<HalvoraSDKBraceletRM830>(weak.lock()))
             self->requestHeartRatePacket(packet);
     });

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "halvora/Core/BLEDevice.hpp"
 #include "halvora/Core/Date.hpp"
+#include "halvora/Devices/Common/SerialCommandDevice.hpp"
 #include "halvora/Devices/RM830/HalvoraBraceletRM830Delegate.hpp"
 #include "halvora/Devices/RM830/HalvoraSDKRM830TimeRange.hpp"
 #include "halvora/Runtime/CommandQueue.hpp"
@@ -105,7 +105,7 @@ class RM830HeartRateDownload;
 /// commands. Results go to the manager's `braceletRM830Delegate` as it is at the moment of delivery (dropped
 /// when there is none), version and firmware messages to its `deviceDelegate`. Drivers must be owned by a
 /// std::shared_ptr.
-class HalvoraSDKBraceletRM830 : public BLEDevice {
+class HalvoraSDKBraceletRM830 : public SerialCommandDevice {
 public:
     /// How long a command waits for the answer to the previous one.
     static constexpr Duration kCommandWaitLimit = std::chrono::seconds(60);
@@ -155,8 +155,6 @@ public:
 
     DeviceKind getType() const override { return DeviceTypeBraceletRM830; }
     std::string className() const override { return "HalvoraSDKBraceletRM830"; }
-    /// Lets every waiting command go (without waiting for the slot) and stops all later waiting.
-    void deinit() override;
 
     // ------------------------------------------------------------------ commands (call on the callback queue)
 
@@ -212,42 +210,25 @@ public:
     /// 0x2A: switches the automatic heart-rate monitoring window on or off, with its hours (BCD) and days, or
     /// zeros without a range. Does nothing at all unless the connected peripheral is named "HR1638".
     void setMonitoringHRAuto(bool enabled, std::optional<HalvoraSDKRM830TimeRange> range);
-    /// Writes bytes to the send characteristic, in 20-byte slices (dropped while there is none).
-    void writeRawData(const std::vector<std::uint8_t>& data);
 
     // ------------------------------------------------------------------ state, for tools and tests
 
     /// The firmware version the bracelet last reported ("54.51.56.1"); empty before its answer. Call on the
     /// callback queue.
     const std::string& version() const { return version_; }
-    /// The discovered service.
-    std::shared_ptr<Service> rs232Service() const { return rs232Service_; }
-    /// The notify characteristic.
-    std::shared_ptr<Characteristic> readCharacteristic() const { return readCharacteristic_; }
-    /// The write characteristic.
-    std::shared_ptr<Characteristic> sendCharacteristic() const { return sendCharacteristic_; }
-    /// The command queue. Call its inspectors on the callback queue.
-    const CommandQueue& commandQueue() const { return *commands_; }
 
     // ------------------------------------------------------------------ peripheral events
 
-    /// Asks the protocol service for its read and send characteristics; an event with an error is ignored.
-    void peripheralDidDiscoverServices(const std::shared_ptr<Peripheral>& peripheral,
-                                       const OptionalError& error) override;
-    /// Keeps the characteristics, switches notifications on, reports ready, remembers the bracelet and asks
-    /// for the firmware version and the time format; an event with an error is ignored.
-    void peripheralDidDiscoverCharacteristicsForService(const std::shared_ptr<Peripheral>& peripheral,
-                                                        const std::shared_ptr<Service>& service,
-                                                        const OptionalError& error) override;
-    /// Reports ready again.
-    void peripheralDidWriteValueForDescriptor(const std::shared_ptr<Peripheral>& peripheral,
-                                              const std::shared_ptr<Characteristic>& characteristic,
-                                              const OptionalError& error) override;
     /// Dispatches an answer of the read characteristic (others, and events with an error, are ignored).
     void peripheralDidUpdateValueForCharacteristic(const std::shared_ptr<Peripheral>& peripheral,
                                                    const std::shared_ptr<Characteristic>& characteristic,
                                                    const std::vector<std::uint8_t>& value,
                                                    const OptionalError& error) override;
+
+protected:
+    /// The characteristics are known: reports ready, remembers the bracelet and asks for the firmware version and the
+    /// time format.
+    void characteristicsReady(const std::shared_ptr<Peripheral>& peripheral) override;
 
 private:
     // Commands.
@@ -274,14 +255,7 @@ private:
 
     std::shared_ptr<HalvoraBraceletRM830Delegate> rm830Delegate() const;
     std::shared_ptr<HalvoraDeviceDelegate> deviceDelegate() const;
-    std::shared_ptr<PreferenceUtils> preferences() const;
-    Date now() const;
 
-    std::shared_ptr<SerialQueue> queue_;
-    std::unique_ptr<CommandQueue> commands_;
-    std::shared_ptr<Service> rs232Service_;
-    std::shared_ptr<Characteristic> readCharacteristic_;
-    std::shared_ptr<Characteristic> sendCharacteristic_;
     std::string version_;
     bool syncParams_ = false;
     std::unique_ptr<RM830DayFrames> dayFrames_;
