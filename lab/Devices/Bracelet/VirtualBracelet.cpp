@@ -116,6 +116,7 @@ std::optional<BraceletTime> VirtualBracelet::clockNow() const {
 void VirtualBracelet::onConnected() {
     std::lock_guard lock(mutex_);
     ++generation_;
+    pacer_.reset();
     assembler_->reset();
 }
 
@@ -123,8 +124,7 @@ void VirtualBracelet::onDisconnected() {
     std::lock_guard lock(mutex_);
     ++generation_;
     assembler_->reset();
-    outbox_.clear();
-    pumping_ = false;
+    pacer_.reset();
     heartRunning_ = 0;
     abandonDownload();
 }
@@ -480,40 +480,12 @@ void VirtualBracelet::abandonDownload() {
 void VirtualBracelet::send(Notifications notifications) {
     if (notifications.empty()) return;
     scrambleIfHostile(notifications);
-    bool backToBack = false;
-    int generation = 0;
-    {
-        std::lock_guard lock(mutex_);
-        backToBack = script_.notificationGap == Duration::zero() && outbox_.empty();
-        if (!backToBack) {
-            for (auto& n : notifications) outbox_.push_back(std::move(n));
-            if (pumping_) return;  // the running pump sends them in turn
-            pumping_ = true;
-            generation = generation_;
-        }
-    }
-    if (!backToBack) {
-        pump(generation);
-        return;
-    }
-    for (const auto& n : notifications) notify(kNotify, n);
-}
-
-void VirtualBracelet::pump(int generation) {
-    std::vector<std::uint8_t> next;
     Duration gap{};
-    bool more = false;
     {
         std::lock_guard lock(mutex_);
-        if (generation != generation_ || outbox_.empty()) return;
-        next = std::move(outbox_.front());
-        outbox_.pop_front();
-        more = !outbox_.empty();
-        pumping_ = more;
         gap = script_.notificationGap;
     }
-    notify(kNotify, next);
-    if (more) schedule(gap, [this, generation] { pump(generation); });
+    pacer_.send(std::move(notifications), gap);
 }
 
 void VirtualBracelet::scrambleIfHostile(Notifications& notifications) {

@@ -13,6 +13,7 @@
 #include "lab/Devices/Bracelet/BraceletHistory.hpp"
 #include "lab/Devices/Bracelet/BraceletScript.hpp"
 #include "lab/Devices/Bracelet/BraceletSettings.hpp"
+#include "lab/NotificationPacer.hpp"
 #include "lab/VirtualPeripheral.hpp"
 
 namespace halvora::lab {
@@ -142,7 +143,6 @@ private:
     void recordCommand(const std::string& line);
     bool answerIsLost(const std::string& command) const;
     void send(Notifications notifications);
-    void pump(int generation);
     void scrambleIfHostile(Notifications& notifications);
     void abandonDownload();
     std::optional<BraceletTime> clockNow() const;
@@ -183,8 +183,7 @@ private:
     int heartRunning_ = 0;  // the measurement under way (0: none)
     int generation_ = 0;    // changes with every link start and end; timers of an older one do nothing
     std::unique_ptr<LineAssembler> assembler_;
-    std::deque<std::vector<std::uint8_t>> outbox_;
-    bool pumping_ = false;
+    NotificationPacer pacer_{*this, kNotify};  // what the bracelet sends, paced by the script
 };
 
 }  // namespace halvora::lab

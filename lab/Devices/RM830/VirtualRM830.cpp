@@ -128,14 +128,14 @@ void VirtualRM830::anchorClock(const BraceletTime& time) {
 void VirtualRM830::onConnected() {
     std::lock_guard lock(mutex_);
     ++generation_;
+    pacer_.reset();
     if (clockWaitsForRadio_) anchorClock(*clockAnchor_);
 }
 
 void VirtualRM830::onDisconnected() {
     std::lock_guard lock(mutex_);
     ++generation_;
-    outbox_.clear();
-    pumping_ = false;
+    pacer_.reset();
     realTimeStream_ = 0;
     heartRateStream_ = 0;
 }
@@ -474,41 +474,13 @@ void VirtualRM830::cutIfScripted(Notifications& notifications) const {
 
 void VirtualRM830::send(Notifications notifications) {
     if (notifications.empty()) return;
-    bool backToBack = false;
-    int generation = 0;
+    Duration gap{};
     {
         std::lock_guard lock(mutex_);
         cutIfScripted(notifications);
-        backToBack = script_.notificationGap == Duration::zero() && outbox_.empty();
-        if (!backToBack) {
-            for (auto& n : notifications) outbox_.push_back(std::move(n));
-            if (pumping_) return;  // the running pump sends them in turn
-            pumping_ = true;
-            generation = generation_;
-        }
-    }
-    if (!backToBack) {
-        pump(generation);
-        return;
-    }
-    for (const auto& n : notifications) notify(kNotify, n);
-}
-
-void VirtualRM830::pump(int generation) {
-    Frame next;
-    Duration gap{};
-    bool more = false;
-    {
-        std::lock_guard lock(mutex_);
-        if (generation != generation_ || outbox_.empty()) return;
-        next = std::move(outbox_.front());
-        outbox_.pop_front();
-        more = !outbox_.empty();
-        pumping_ = more;
         gap = script_.notificationGap;
     }
-    notify(kNotify, next);
-    if (more) schedule(gap, [this, generation] { pump(generation); });
+    pacer_.send(std::move(notifications), gap);
 }
 
 }  // namespace halvora::lab

@@ -15,6 +15,7 @@
 #include "lab/Devices/RM830/RM830HeartPacket.hpp"
 #include "lab/Devices/RM830/RM830Script.hpp"
 #include "lab/Devices/RM830/RM830Settings.hpp"
+#include "lab/NotificationPacer.hpp"
 #include "lab/VirtualPeripheral.hpp"
 
 namespace halvora::lab {
@@ -141,7 +142,6 @@ private:
     bool answerIsLost(std::uint8_t code) const;
     bool fails(std::uint8_t code) const;
     void send(Notifications notifications);
-    void pump(int generation);
     void cutIfScripted(Notifications& notifications) const;
     BraceletTime clockNow() const;
     BraceletTime labLocalTime() const;
@@ -196,8 +196,7 @@ private:
     int realTimeStream_ = 0;   // the real-time step stream running (0: none)
     int heartRateStream_ = 0;  // the real-time heart-rate stream running (0: none)
     int generation_ = 0;       // changes with every link start and end; timers of an older one do nothing
-    std::deque<Frame> outbox_;
-    bool pumping_ = false;
+    NotificationPacer pacer_{*this, kNotify};  // what the bracelet sends, paced by the script
 };
 
 }  // namespace halvora::lab
