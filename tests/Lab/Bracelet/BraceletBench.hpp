@@ -7,71 +7,25 @@
 #include <string>
 #include <vector>
 
-#include "../LabBench.hpp"
+#include "../SerialDeviceBench.hpp"
 #include "lab/Devices/Bracelet/VirtualBracelet.hpp"
 
 namespace halvora::lab::test {
 
-/// Keeps every value the bracelet notifies, in arrival order.
-class NotificationLog : public PeripheralDelegate {
-public:
-    void peripheralDidUpdateValueForCharacteristic(const std::shared_ptr<Peripheral>&,
-                                                   const std::shared_ptr<Characteristic>& characteristic,
-                                                   const std::vector<std::uint8_t>& value,
-                                                   const OptionalError& error) override {
-        if (error || characteristic->uuid() != VirtualBracelet::kNotify) return;
-        std::lock_guard lock(mutex_);
-        values_.push_back(value);
-    }
-    /// The values received since the last take(), which forgets them.
-    std::vector<std::vector<std::uint8_t>> take() {
-        std::lock_guard lock(mutex_);
-        return std::exchange(values_, {});
-    }
-
-private:
-    std::mutex mutex_;
-    std::vector<std::vector<std::uint8_t>> values_;
-};
-
 /// A virtual bracelet in range of a recorded central: connected, discovered and, unless asked otherwise,
 /// notifying, on a virtual clock.
-struct BraceletBench {
+struct BraceletBench : SerialDeviceBench<VirtualBracelet> {
     static inline const std::string kIdentifier = "B5210000-0000-4000-8000-00000000B521";
 
     explicit BraceletBench(const BraceletScript& script = {}, std::uint64_t seed = 1, bool notifying = true)
-        : lab(seed), bracelet(VirtualBracelet::make(kIdentifier)), log(std::make_shared<NotificationLog>()) {
-        bracelet->setScript(script);
-        lab.radio->addPeripheral(bracelet);
-        auto found = lab.central->retrievePeripheralsWithIdentifiers({kIdentifier});
-        EXPECT_EQ(found.size(), 1U);
-        if (found.empty()) return;
-        peripheral = found.front();
-        peripheral->setDelegate(log);
-        connect();
+        : SerialDeviceBench(scripted(script), kIdentifier, seed) {
         if (notifying) startNotifications();
     }
 
-    /// Connects and discovers the bracelet's service and characteristics.
-    void connect() {
-        lab.central->connectPeripheral(peripheral, {});
-        lab.settle();
-        peripheral->discoverServices(std::vector<BLEUUID>{VirtualBracelet::kService});
-        lab.settle();
-        write = notify = nullptr;
-        for (const auto& service : peripheral->services()) {
-            if (service->uuid() != VirtualBracelet::kService) continue;
-            peripheral->discoverCharacteristics({}, service);
-            lab.settle();
-            write = service->characteristic(VirtualBracelet::kWrite);
-            notify = service->characteristic(VirtualBracelet::kNotify);
-        }
-        EXPECT_TRUE(write && notify);
-    }
-
-    void startNotifications() {
-        if (notify) peripheral->setNotifyValue(true, notify);
-        lab.executor->advance(Radio::kDefaultGattLatency);
+    static std::shared_ptr<VirtualBracelet> scripted(const BraceletScript& script) {
+        auto bracelet = VirtualBracelet::make(kIdentifier);
+        bracelet->setScript(script);
+        return bracelet;
     }
 
     /// Writes `text` as the phone does, in writes of at most `writeSize` bytes, and lets a second pass.
@@ -96,12 +50,7 @@ struct BraceletBench {
     }
     static std::string text(const std::vector<std::uint8_t>& value) { return {value.begin(), value.end()}; }
 
-    LabBench lab;
-    std::shared_ptr<VirtualBracelet> bracelet;
-    std::shared_ptr<NotificationLog> log;
-    std::shared_ptr<Peripheral> peripheral;
-    std::shared_ptr<Characteristic> write;
-    std::shared_ptr<Characteristic> notify;
+    std::shared_ptr<VirtualBracelet> bracelet = device;
 };
 
 }  // namespace halvora::lab::test

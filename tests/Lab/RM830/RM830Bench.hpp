@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "../LabBench.hpp"
+#include "../SerialDeviceBench.hpp"
 #include "lab/Devices/RM830/VirtualRM830.hpp"
 #include "support/Hex.hpp"
 
@@ -17,65 +17,24 @@ namespace halvora::lab::test {
 using Bytes = std::vector<std::uint8_t>;
 using Frames = std::vector<Bytes>;
 
-/// Keeps every value the RM830 notifies, in arrival order.
-class RM830Log : public PeripheralDelegate {
-public:
-    void peripheralDidUpdateValueForCharacteristic(const std::shared_ptr<Peripheral>&,
-                                                   const std::shared_ptr<Characteristic>& characteristic,
-                                                   const std::vector<std::uint8_t>& value,
-                                                   const OptionalError& error) override {
-        if (error || characteristic->uuid() != VirtualRM830::kNotify) return;
-        std::lock_guard lock(mutex_);
-        values_.push_back(value);
-    }
-    /// The values received since the last take(), which forgets them.
-    Frames take() {
-        std::lock_guard lock(mutex_);
-        return std::exchange(values_, {});
-    }
-
-private:
-    std::mutex mutex_;
-    Frames values_;
-};
-
 /// A virtual RM830 in range of a recorded central: connected, discovered and notifying, on a virtual clock.
-struct RM830Bench {
+struct RM830Bench : SerialDeviceBench<VirtualRM830> {
     static inline const std::string kIdentifier = "B8300000-0000-4000-8000-000000000830";
     /// Enough for a write to reach the bracelet and its answers to come back, well inside a stream's second.
     static constexpr auto kRoundTrip = std::chrono::milliseconds(100);
 
     explicit RM830Bench(const RM830Script& script = {}, std::uint64_t seed = 1,
                         const std::string& name = VirtualRM830::kName)
-        : lab(seed), bracelet(VirtualRM830::make(kIdentifier, -60, name)), log(std::make_shared<RM830Log>()) {
-        bracelet->setScript(script);
-        lab.radio->addPeripheral(bracelet);
-        auto found = lab.central->retrievePeripheralsWithIdentifiers({kIdentifier});
-        EXPECT_EQ(found.size(), 1U);
-        if (found.empty()) return;
-        peripheral = found.front();
-        peripheral->setDelegate(log);
-        connect();
-    }
-
-    /// Connects, discovers the bracelet's service and characteristics and switches notifications on.
-    void connect() {
-        lab.central->connectPeripheral(peripheral, {});
-        lab.settle();
-        peripheral->discoverServices(std::vector<BLEUUID>{VirtualRM830::kService});
-        lab.settle();
-        write = notify = nullptr;
-        for (const auto& service : peripheral->services()) {
-            if (service->uuid() != VirtualRM830::kService) continue;
-            peripheral->discoverCharacteristics({}, service);
-            lab.settle();
-            write = service->characteristic(VirtualRM830::kWrite);
-            notify = service->characteristic(VirtualRM830::kNotify);
-        }
-        ASSERT_TRUE(write && notify);
-        peripheral->setNotifyValue(true, notify);
+        : SerialDeviceBench(scripted(script, name), kIdentifier, seed) {
+        startNotifications();
         lab.settle();
         log->take();
+    }
+
+    static std::shared_ptr<VirtualRM830> scripted(const RM830Script& script, const std::string& name) {
+        auto bracelet = VirtualRM830::make(kIdentifier, -60, name);
+        bracelet->setScript(script);
+        return bracelet;
     }
 
     /// Writes `frame` as the phone does and returns what came back within a round trip.
@@ -118,12 +77,7 @@ struct RM830Bench {
     /// Sets the bracelet's clock, as the phone does, to yy-MM-dd HH:mm:ss given as BCD bytes.
     void setClock(const Bytes& bcd) { ask(command(0x01, {bcd[0], bcd[1], bcd[2], bcd[3], bcd[4], bcd[5], 0x01})); }
 
-    LabBench lab;
-    std::shared_ptr<VirtualRM830> bracelet;
-    std::shared_ptr<RM830Log> log;
-    std::shared_ptr<Peripheral> peripheral;
-    std::shared_ptr<Characteristic> write;
-    std::shared_ptr<Characteristic> notify;
+    std::shared_ptr<VirtualRM830> bracelet = device;
 };
 
 /// A time given as "yyyy-MM-dd HH:mm[:ss]".

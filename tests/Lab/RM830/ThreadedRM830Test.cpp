@@ -36,7 +36,7 @@ void downloadWhileReading(const std::shared_ptr<ThreadedExecutor>& executor) {
     bracelet->setScript(script);
     radio->addPeripheral(bracelet);
     auto recorder = std::make_shared<EventRecorder>();
-    auto log = std::make_shared<RM830Log>();
+    auto log = std::make_shared<NotificationLog>(VirtualRM830::kNotify);
     auto central = transport.makeCentral(recorder, executor->makeQueue("halvora.cb"), {});
     ASSERT_TRUE(recorder->waitForLines(1));
     auto peripheral = central->retrievePeripheralsWithIdentifiers({kThreadedIdentifier}).front();
