@@ -2,13 +2,19 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
+#include "EventRecorder.hpp"
 #include "LabBench.hpp"
+#include "halvora/Runtime/ThreadedExecutor.hpp"
+#include "lab/LabTransport.hpp"
 
 namespace halvora::lab::test {
 
@@ -81,6 +87,44 @@ struct SerialDeviceBench {
     std::shared_ptr<Peripheral> peripheral;
     std::shared_ptr<Characteristic> write;
     std::shared_ptr<Characteristic> notify;
+};
+
+/// Waits on the real clock, up to 10 s, for `done`.
+inline bool waitRealTime(const std::function<bool()>& done) {
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > limit) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+/// A serial-protocol device reached over the lab's transport on real threads: connected, discovered and
+/// notifying (each step waited for through the recorder, which receives the central's and the peripheral's
+/// events).
+template <typename Device>
+struct ThreadedSerialLink {
+    ThreadedSerialLink(LabTransport& transport, const std::shared_ptr<ThreadedExecutor>& executor,
+                       const std::string& identifier) {
+        central = transport.makeCentral(recorder, executor->makeQueue("halvora.cb"), {});
+        EXPECT_TRUE(recorder->waitForLines(1));
+        peripheral = central->retrievePeripheralsWithIdentifiers({identifier}).front();
+        peripheral->setDelegate(recorder);
+        central->connectPeripheral(peripheral, {});
+        EXPECT_TRUE(recorder->waitForLines(2));
+        peripheral->discoverServices(std::vector<BLEUUID>{Device::kService});
+        EXPECT_TRUE(recorder->waitForLines(3));
+        service = peripheral->services().front();
+        peripheral->discoverCharacteristics({}, service);
+        EXPECT_TRUE(recorder->waitForLines(4));
+        peripheral->setNotifyValue(true, service->characteristic(Device::kNotify));
+        EXPECT_TRUE(recorder->waitForLines(5));
+    }
+
+    std::shared_ptr<EventRecorder> recorder = std::make_shared<EventRecorder>();
+    std::shared_ptr<Central> central;
+    std::shared_ptr<Peripheral> peripheral;
+    std::shared_ptr<Service> service;
 };
 
 }  // namespace halvora::lab::test

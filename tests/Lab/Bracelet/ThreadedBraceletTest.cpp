@@ -5,7 +5,7 @@
 #include <atomic>
 #include <thread>
 
-#include "../EventRecorder.hpp"
+#include "../SerialDeviceBench.hpp"
 #include "halvora/Runtime/ThreadedExecutor.hpp"
 #include "lab/Devices/Bracelet/VirtualBracelet.hpp"
 #include "lab/LabTransport.hpp"
@@ -16,15 +16,6 @@ namespace {
 
 const std::string kIdentifier = "B5210000-0000-4000-8000-0000000000F1";
 
-bool waitUntil(const std::function<bool()>& done) {
-    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (!done()) {
-        if (std::chrono::steady_clock::now() > limit) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
-
 void downloadWhileReading(const std::shared_ptr<ThreadedExecutor>& executor) {
     auto radio = std::make_shared<Radio>(executor);
     LabTransport transport(radio);
@@ -33,20 +24,10 @@ void downloadWhileReading(const std::shared_ptr<ThreadedExecutor>& executor) {
     script.history = BraceletHistory::seeded(2, BraceletTime::parse("2026-11-20 08:00").value(), 5);
     bracelet->setScript(script);
     radio->addPeripheral(bracelet);
-    auto recorder = std::make_shared<EventRecorder>();
-    auto central = transport.makeCentral(recorder, executor->makeQueue("halvora.cb"), {});
-    ASSERT_TRUE(recorder->waitForLines(1));
-    auto peripheral = central->retrievePeripheralsWithIdentifiers({kIdentifier}).front();
-    peripheral->setDelegate(recorder);
-    central->connectPeripheral(peripheral, {});
-    ASSERT_TRUE(recorder->waitForLines(2));
-    peripheral->discoverServices(std::vector<BLEUUID>{VirtualBracelet::kService});
-    ASSERT_TRUE(recorder->waitForLines(3));
-    auto service = peripheral->services().front();
-    peripheral->discoverCharacteristics({}, service);
-    ASSERT_TRUE(recorder->waitForLines(4));
-    peripheral->setNotifyValue(true, service->characteristic(VirtualBracelet::kNotify));
-    ASSERT_TRUE(recorder->waitForLines(5));
+    ThreadedSerialLink<VirtualBracelet> link(transport, executor, kIdentifier);
+    auto& central = link.central;
+    auto& peripheral = link.peripheral;
+    auto& service = link.service;
 
     std::atomic<bool> done{false};
     std::thread reader([&] {
@@ -68,8 +49,8 @@ void downloadWhileReading(const std::shared_ptr<ThreadedExecutor>& executor) {
     write("AT+DATA=0\r\n");
     for (int n = 2; n <= packages; ++n) write("AT+DATA=" + std::to_string(n) + "\r\n");
     settings.join();
-    EXPECT_TRUE(waitUntil([&] { return bracelet->commandsReceived().size() == 50U + packages; }));
-    EXPECT_TRUE(waitUntil([&] { return bracelet->unsyncedHistory().empty(); }));
+    EXPECT_TRUE(waitRealTime([&] { return bracelet->commandsReceived().size() == 50U + packages; }));
+    EXPECT_TRUE(waitRealTime([&] { return bracelet->unsyncedHistory().empty(); }));
     done = true;
     reader.join();
     EXPECT_EQ(bracelet->settings().height, 199);

@@ -5,7 +5,7 @@
 #include <atomic>
 #include <thread>
 
-#include "../EventRecorder.hpp"
+#include "../SerialDeviceBench.hpp"
 #include "RM830Bench.hpp"
 #include "halvora/Runtime/ThreadedExecutor.hpp"
 #include "lab/LabTransport.hpp"
@@ -14,15 +14,6 @@ namespace halvora::lab::test {
 namespace {
 
 const std::string kThreadedIdentifier = "B8300000-0000-4000-8000-0000000008F1";
-
-bool waitUntil(const std::function<bool()>& done) {
-    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (!done()) {
-        if (std::chrono::steady_clock::now() > limit) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
 
 void downloadWhileReading(const std::shared_ptr<ThreadedExecutor>& executor) {
     auto radio = std::make_shared<Radio>(executor);
@@ -35,21 +26,11 @@ void downloadWhileReading(const std::shared_ptr<ThreadedExecutor>& executor) {
     script.heartRateInterval = std::chrono::milliseconds(10);
     bracelet->setScript(script);
     radio->addPeripheral(bracelet);
-    auto recorder = std::make_shared<EventRecorder>();
     auto log = std::make_shared<NotificationLog>(VirtualRM830::kNotify);
-    auto central = transport.makeCentral(recorder, executor->makeQueue("halvora.cb"), {});
-    ASSERT_TRUE(recorder->waitForLines(1));
-    auto peripheral = central->retrievePeripheralsWithIdentifiers({kThreadedIdentifier}).front();
-    peripheral->setDelegate(recorder);
-    central->connectPeripheral(peripheral, {});
-    ASSERT_TRUE(recorder->waitForLines(2));
-    peripheral->discoverServices(std::vector<BLEUUID>{VirtualRM830::kService});
-    ASSERT_TRUE(recorder->waitForLines(3));
-    auto service = peripheral->services().front();
-    peripheral->discoverCharacteristics({}, service);
-    ASSERT_TRUE(recorder->waitForLines(4));
-    peripheral->setNotifyValue(true, service->characteristic(VirtualRM830::kNotify));
-    ASSERT_TRUE(recorder->waitForLines(5));
+    ThreadedSerialLink<VirtualRM830> link(transport, executor, kThreadedIdentifier);
+    auto& central = link.central;
+    auto& peripheral = link.peripheral;
+    auto& service = link.service;
     peripheral->setDelegate(log);
 
     std::atomic<bool> done{false};
@@ -72,9 +53,9 @@ void downloadWhileReading(const std::shared_ptr<ThreadedExecutor>& executor) {
     for (std::uint8_t d = 0; d < 3; ++d) write(RM830Bench::command(0x43, {d}));
     for (std::uint8_t n = 0; n < 5; ++n) write(RM830Bench::command(0x2F, {n}));
     settings.join();
-    EXPECT_TRUE(waitUntil([&] { return bracelet->framesReceived().size() == 59U; }));
+    EXPECT_TRUE(waitRealTime([&] { return bracelet->framesReceived().size() == 59U; }));
     write(RM830Bench::command(0x2C, {0x00}));
-    EXPECT_TRUE(waitUntil([&] { return !bracelet->settings().realTimeHeartRate; }));
+    EXPECT_TRUE(waitRealTime([&] { return !bracelet->settings().realTimeHeartRate; }));
     done = true;
     reader.join();
     EXPECT_EQ(bracelet->settings().stepGoal, 0x0331);
@@ -84,7 +65,7 @@ void downloadWhileReading(const std::shared_ptr<ThreadedExecutor>& executor) {
     auto count = [&](std::uint8_t code) {
         return std::count_if(received.begin(), received.end(), [&](const Bytes& f) { return f.at(0) == code; });
     };
-    EXPECT_TRUE(waitUntil([&] {
+    EXPECT_TRUE(waitRealTime([&] {
         const auto more = log->take();
         received.insert(received.end(), more.begin(), more.end());
         return count(0x43) == 3 * 96 && count(0x2F) == 5;
