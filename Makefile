@@ -54,6 +54,7 @@ fuzz-ci: fuzz-build
 # The soak programs at full size (CTest runs them at a tenth).
 soak: build
 	build/default/soak/halvora_soak_hostile --events 1000000
+	build/default/soak/halvora_soak_cycles --cycles 1000
 
 docs: configure
 	cmake --build --preset default --target docs

@@ -260,6 +260,29 @@ TEST(BloodPressureFlow, LinkLostJustAfterReadyIsNotReportedReady) {
     EXPECT_TRUE(monitor->isConnected());
 }
 
+// The application was told the monitor is disconnected: frames still on their way from the monitor (the
+// link takes a moment to come down) must not reach it as progress values or results.
+TEST(BloodPressureFlow, NothingArrivesAfterTheDisconnectionWasReported) {
+    LabHarness lab;
+    auto monitor = lab.add(lab::VirtualHeartDevice::make(kMonitorA));
+    lab::BloodPressureScript script;
+    script.stepInterval = std::chrono::milliseconds(5);
+    monitor->setScript(script);
+    lab.manager->connectDevice(DeviceTypeHeart, 30);
+    ASSERT_TRUE(lab.runUntilEvent("status 0 -> 2", seconds(10)));
+    lab.manager->startMeasurement(DeviceTypeHeart);
+    ASSERT_TRUE(lab.runUntil([&] { return !lab.app->eventsStartingWith("progress").empty(); }, seconds(10)));
+    lab.manager->disconnectDevice(DeviceTypeHeart);
+    const auto told = lab.app->events();
+    ASSERT_EQ(told.back(), "status 0 -> -1");
+    lab.advance(seconds(30));
+    const auto all = lab.app->events();
+    for (std::size_t i = told.size(); i < all.size(); ++i) {
+        EXPECT_EQ(all[i].rfind("progress", 0), std::string::npos) << all[i];
+        EXPECT_EQ(all[i].rfind("result", 0), std::string::npos) << all[i];
+    }
+}
+
 TEST(BloodPressureFlow, PowerOffTearsEveryDriverDownAndReportsTwice) {
     LabHarness lab;
     lab.add(lab::VirtualHeartDevice::make(kMonitorA));

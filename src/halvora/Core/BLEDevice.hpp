@@ -63,6 +63,12 @@ public:
     virtual std::string className() const { return "BLEDevice"; }
     /// Releases protocol state before the manager drops the driver.
     virtual void deinit() {}
+    /// The manager has let the driver go (the application was told the device is disconnected): from now on
+    /// the device's notifications are dropped, even those still on their way while the link comes down. May
+    /// be called from any thread.
+    void release() { released_.store(true); }
+    /// Whether the manager has let the driver go.
+    bool isReleased() const { return released_.load(); }
 
     /// Link state: 0 not connected, 2 connected. Written by the manager only.
     std::int32_t state() const { return state_.load(); }
@@ -121,6 +127,7 @@ protected:
 private:
     DriverContext context_;
     std::atomic<std::int32_t> state_{0};
+    std::atomic<bool> released_{false};
     mutable std::mutex mutex_;
     std::shared_ptr<Peripheral> device_;
     std::weak_ptr<BLEDeviceDelegate> delegate_;

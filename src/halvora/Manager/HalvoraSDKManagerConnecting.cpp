@@ -258,6 +258,8 @@ void HalvoraSDKManager::disconnectDevice(DeviceKind kind) {
             auto cm = central();
             auto peripheral = driver->device();
             if (cm && peripheral) cm->cancelPeripheralConnection(peripheral);
+            // Nothing the device still sends reaches the application once it is told of the disconnection.
+            driver->release();
             // Protocol state belongs to the callback queue; the driver lets it go there.
             bleQueue_->async([driver] { driver->deinit(); });
         }

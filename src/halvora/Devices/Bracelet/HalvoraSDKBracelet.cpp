@@ -96,7 +96,7 @@ void HalvoraSDKBracelet::characteristicsReady(const std::shared_ptr<Peripheral>&
 void HalvoraSDKBracelet::peripheralDidUpdateValueForCharacteristic(
     const std::shared_ptr<Peripheral>& /*peripheral*/, const std::shared_ptr<Characteristic>& characteristic,
     const std::vector<std::uint8_t>& value, const OptionalError& error) {
-    if (error || !characteristic || characteristic != readCharacteristic()) return;
+    if (error || !characteristic || isReleased() || characteristic != readCharacteristic()) return;
     handleNotification(value);
 }
 

@@ -316,7 +316,7 @@ void HalvoraSDKWeightScale::repeatIfNoResultYet() {
 void HalvoraSDKWeightScale::peripheralDidUpdateValueForCharacteristic(
     const std::shared_ptr<Peripheral>& /*peripheral*/, const std::shared_ptr<Characteristic>& characteristic,
     const std::vector<std::uint8_t>& value, const OptionalError& error) {
-    if (error || !characteristic) return;
+    if (error || !characteristic || isReleased()) return;
     if (characteristic == bodyCharacteristic()) parseImpedanceResult(value);
     if (characteristic != readCharacteristic()) return;
     parseReadValue(value);

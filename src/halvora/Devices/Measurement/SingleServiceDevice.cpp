@@ -61,7 +61,7 @@ void SingleServiceDevice::peripheralDidWriteValueForDescriptor(const std::shared
 void SingleServiceDevice::peripheralDidUpdateValueForCharacteristic(
     const std::shared_ptr<Peripheral>& /*peripheral*/, const std::shared_ptr<Characteristic>& characteristic,
     const std::vector<std::uint8_t>& value, const OptionalError& error) {
-    if (error || !characteristic || characteristic != readCharacteristic_) return;
+    if (error || !characteristic || isReleased() || characteristic != readCharacteristic_) return;
     parseFrame(value);
 }
 

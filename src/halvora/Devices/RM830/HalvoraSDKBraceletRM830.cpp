@@ -87,7 +87,7 @@ void HalvoraSDKBraceletRM830::characteristicsReady(const std::shared_ptr<Periphe
 void HalvoraSDKBraceletRM830::peripheralDidUpdateValueForCharacteristic(
     const std::shared_ptr<Peripheral>& /*peripheral*/, const std::shared_ptr<Characteristic>& characteristic,
     const std::vector<std::uint8_t>& value, const OptionalError& error) {
-    if (error || !characteristic || characteristic != readCharacteristic()) return;
+    if (error || !characteristic || isReleased() || characteristic != readCharacteristic()) return;
     handleAnswer(value);
 }
 
