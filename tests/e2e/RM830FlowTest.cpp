@@ -4,6 +4,7 @@
 
 #include "Devices/RM830/RecordingRM830Delegate.hpp"
 #include "halvora/Core/Calendar.hpp"
+#include "halvora/Core/PreferenceUtils.hpp"
 #include "lab/Devices/RM830/VirtualRM830.hpp"
 #include "support/LabHarness.hpp"
 
@@ -130,6 +131,34 @@ TEST(RM830Flow, OlderFirmwareIsSwitchedToUpdateModeAndTheUpdaterIsAskedFor) {
     EXPECT_TRUE(w.lab.manager->isPending(DeviceTypeBraceletRM830DFU));
     ASSERT_TRUE(w.lab.runUntilEvent("status 8 -> -1", seconds(10)));
     EXPECT_FALSE(w.lab.manager->isPending(DeviceTypeBraceletRM830DFU));
+}
+
+TEST(RM830Flow, ABraceletTheSystemStillHoldsIsTakenOverWithoutAScan) {
+    LabHarness lab(1, false);
+    auto bracelet = lab.add(lab::VirtualRM830::make(kBraceletId));
+    // A first run of the application, with a restorable central, connects the bracelet; when it goes the
+    // system keeps the link.
+    {
+        auto first =
+            HalvoraSDKManager::create(ManagerEnvironment{lab.executor, lab.transport, lab.preferences, lab.log, "179"});
+        first->setCentralManagerIdentifiers({"halvora.first-run"});
+        lab.executor->runUntilIdle();
+        first->connectDevice(DeviceTypeBraceletRM830, 30);
+        ASSERT_TRUE(lab.runUntil(
+            [&] { return first->getDeviceStatus(DeviceTypeBraceletRM830) == ConnectionStatusReady; }, seconds(10)));
+        lab.advance(seconds(1));
+    }
+    lab.executor->runUntilIdle();
+    ASSERT_TRUE(bracelet->isConnected());
+
+    // The next run asks for the kind and is given the held bracelet at once: no search, no 4-second check.
+    lab.manager->initCentralManagerWithoutBackgroundMode();
+    lab.executor->runUntilIdle();
+    const long long asked = lab.nowMs();
+    lab.manager->connectDevice(DeviceTypeBraceletRM830, 30);
+    ASSERT_TRUE(lab.runUntilEvent("status 6 -> 2", seconds(5)));
+    EXPECT_FALSE(lab.app->has("status 6 -> 0"));
+    EXPECT_LT(lab.app->timeOf("status 6 -> 2") - asked, 1000);
 }
 
 TEST(RM830Flow, HeartRateHistoryIsDeliveredWithTheLastPacketAppendedAfterwards) {
