@@ -11,7 +11,7 @@
 
 #include "halvora/Core/Date.hpp"
 #include "halvora/Devices/Bracelet/HalvoraBraceletDelegate.hpp"
-#include "halvora/Devices/Common/SerialCommandDevice.hpp"
+#include "halvora/Core/SerialCommandDevice.hpp"
 #include "halvora/Records/HalvoraSDKBraceletAlarm.hpp"
 #include "halvora/Records/HalvoraSDKBraceletSedentaryAlarm.hpp"
 #include "halvora/Runtime/CommandQueue.hpp"

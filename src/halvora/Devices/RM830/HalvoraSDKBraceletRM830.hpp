@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "halvora/Core/Date.hpp"
-#include "halvora/Devices/Common/SerialCommandDevice.hpp"
+#include "halvora/Core/SerialCommandDevice.hpp"
 #include "halvora/Devices/RM830/HalvoraBraceletRM830Delegate.hpp"
 #include "halvora/Devices/RM830/HalvoraSDKRM830TimeRange.hpp"
 #include "halvora/Runtime/CommandQueue.hpp"

@@ -1,4 +1,4 @@
-#include "halvora/Devices/Common/SerialCommandDevice.hpp"
+#include "halvora/Core/SerialCommandDevice.hpp"
 
 #include "halvora/Core/PreferenceUtils.hpp"
 
