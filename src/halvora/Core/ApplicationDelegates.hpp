@@ -13,6 +13,8 @@ class HalvoraBabyThermometerDelegate;
 class HalvoraWeightScaleDelegate;
 class HalvoraBraceletDelegate;
 class HalvoraBraceletRM830Delegate;
+class FirmwareUpdateObserver;
+class HalvoraTensioBraceletDelegate;
 
 /// Where a driver finds the application's delegate of its kind at the moment of delivery. The manager
 /// implements it (every getter answers the delegate the application set, or nothing); a test can hand a
@@ -39,6 +41,10 @@ public:
     virtual std::shared_ptr<HalvoraBraceletDelegate> braceletDelegate() const { return nullptr; }
     /// The RM830 bracelet's delegate.
     virtual std::shared_ptr<HalvoraBraceletRM830Delegate> braceletRM830Delegate() const { return nullptr; }
+    /// The wrist blood-pressure bracelet's delegate.
+    virtual std::shared_ptr<HalvoraTensioBraceletDelegate> tensioBraceletDelegate() const { return nullptr; }
+    /// The observer of firmware updates, when the application set one.
+    virtual std::shared_ptr<FirmwareUpdateObserver> firmwareUpdateObserver() const { return nullptr; }
 };
 
 }  // namespace halvora

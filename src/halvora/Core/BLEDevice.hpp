@@ -63,6 +63,9 @@ public:
     virtual std::string className() const { return "BLEDevice"; }
     /// Releases protocol state before the manager drops the driver.
     virtual void deinit() {}
+    /// The link to the device ended (the central reported the disconnection); called on the callback queue
+    /// before the manager lets the driver go. Work that waits for the device gives up here.
+    virtual void linkEnded() {}
     /// The manager has let the driver go (the application was told the device is disconnected): from now on
     /// the device's notifications are dropped, even those still on their way while the link comes down. May
     /// be called from any thread.

@@ -11,6 +11,7 @@
 namespace halvora {
 
 class PreferenceUtils;
+class ResourceBundle;
 
 /// What a driver needs from the world around it, handed over by the manager that creates it: the executor
 /// (clock, timers, queues), the callback queue on which its peripheral's events arrive ("halvora.cb"), the
@@ -30,9 +31,13 @@ struct DriverContext {
     std::weak_ptr<ApplicationDelegates> delegates;
     /// The manager, for a driver that asks for another kind to be connected; empty: such requests are dropped.
     std::weak_ptr<DeviceConnector> connector;
+    /// The kit's resource folder (the firmware image); empty: the process-wide bundle.
+    std::shared_ptr<ResourceBundle> resources = nullptr;
 
     /// The log lines go to: the context's log, else the process-wide one.
     Log& logger() const { return log ? *log : Log::shared(); }
+    /// The resources come from: the context's bundle, else the process-wide one.
+    ResourceBundle& bundle() const;
 };
 
 }  // namespace halvora

@@ -170,6 +170,8 @@ HALVORA_DELEGATE_PROPERTY(HalvoraWeightScaleDelegate, weightscaleDelegate, setWe
 HALVORA_DELEGATE_PROPERTY(HalvoraBraceletDelegate, braceletDelegate, setBraceletDelegate, braceletDelegate_)
 HALVORA_DELEGATE_PROPERTY(HalvoraBraceletRM830Delegate, braceletRM830Delegate, setBraceletRM830Delegate,
                           braceletRM830Delegate_)
+HALVORA_DELEGATE_PROPERTY(FirmwareUpdateObserver, firmwareUpdateObserver, setFirmwareUpdateObserver,
+                          firmwareUpdateObserver_)
 
 #undef HALVORA_DELEGATE_PROPERTY
 
@@ -196,6 +198,10 @@ bool HalvoraSDKManager::isPending(DeviceKind kind) const {
     return detectedDevicesByType_.count(kind) != 0;
 }
 
+ResourceBundle& HalvoraSDKManager::resources() const {
+    return environment_.resources ? *environment_.resources : ResourceBundle::shared();
+}
+
 PreferenceUtils& HalvoraSDKManager::preferences() const {
     return *environment_.preferences;
 }
@@ -212,6 +218,7 @@ DriverContext HalvoraSDKManager::driverContext() {
     context.preferences = environment_.preferences;
     context.delegates = weak_from_this();
     context.connector = weak_from_this();
+    context.resources = environment_.resources;
     return context;
 }
 

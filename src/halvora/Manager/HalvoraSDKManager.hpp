@@ -16,6 +16,8 @@
 #include "halvora/Core/DeviceConnector.hpp"
 #include "halvora/Core/DeviceType.hpp"
 #include "halvora/Core/HalvoraSDKDevice.hpp"
+#include "halvora/Core/ResourceBundle.hpp"
+#include "halvora/DFU/FirmwareUpdateObserver.hpp"
 #include "halvora/Devices/Bracelet/HalvoraBraceletDelegate.hpp"
 #include "halvora/Devices/Measurement/HalvoraBabyThermometerDelegate.hpp"
 #include "halvora/Devices/Measurement/HalvoraHeartDelegate.hpp"
@@ -246,6 +248,13 @@ public:
     std::shared_ptr<HalvoraBraceletRM830Delegate> braceletRM830Delegate() const override;
     /// Sets the RM830 bracelet's delegate (held weakly).
     void setBraceletRM830Delegate(std::weak_ptr<HalvoraBraceletRM830Delegate> delegate);
+    std::shared_ptr<FirmwareUpdateObserver> firmwareUpdateObserver() const override;
+    /// Sets the observer of firmware updates (held weakly). Without one an update runs silently: the
+    /// application hears only of the connections it causes.
+    void setFirmwareUpdateObserver(std::weak_ptr<FirmwareUpdateObserver> observer);
+    /// The kit's resources: where the RM830 firmware image is looked up. An application points it elsewhere
+    /// with setFolder() or names its own image with setResourcePath() (see ResourceBundle).
+    ResourceBundle& resources() const;
 
     // ------------------------------------------------------------ DeviceConnector
     /// A driver's request for another kind: connectDevice(kind, timeoutSeconds).
@@ -379,6 +388,7 @@ private:
     std::weak_ptr<HalvoraWeightScaleDelegate> weightscaleDelegate_;
     std::weak_ptr<HalvoraBraceletDelegate> braceletDelegate_;
     std::weak_ptr<HalvoraBraceletRM830Delegate> braceletRM830Delegate_;
+    std::weak_ptr<FirmwareUpdateObserver> firmwareUpdateObserver_;
 };
 
 }  // namespace halvora

@@ -51,17 +51,21 @@ void HalvoraSDKManager::centralManagerDidDisconnectPeripheral(Central& /*central
                                                               const OptionalError& /*error*/) {
     log().writef("HalvoraSDK: Did disconnect peripheral %s", internal::textOrNull(peripheral->name()).c_str());
     std::vector<DeviceKind> lost;
+    std::vector<std::shared_ptr<BLEDevice>> drivers;
     {
         std::lock_guard lock(mutex_);
         for (auto it = deviceByType_.begin(); it != deviceByType_.end();) {
             if (it->second->device() == peripheral) {
                 lost.push_back(it->first);
+                drivers.push_back(it->second);
                 it = deviceByType_.erase(it);
             } else {
                 ++it;
             }
         }
     }
+    // Central events arrive on the callback queue, where the drivers' state lives.
+    for (const auto& driver : drivers) driver->linkEnded();
     for (DeviceKind kind : lost) sendStatus(kind, ConnectionStatusDisconnected);
 }
 

@@ -10,6 +10,7 @@
 namespace halvora {
 
 class PreferenceUtils;
+class ResourceBundle;
 
 /// The world a manager runs in: its executor (queues and clock), its Bluetooth backend, its preferences
 /// store and its log. Empty members take the process-wide defaults (the shared preferences and log).
@@ -24,6 +25,8 @@ struct ManagerEnvironment {
     std::shared_ptr<Log> log;
     /// The short version text logged at start-up.
     std::string bundleVersion = "179";
+    /// The kit's resources (the firmware image); empty gets ResourceBundle::shared().
+    std::shared_ptr<ResourceBundle> resources = nullptr;
 };
 
 }  // namespace halvora
