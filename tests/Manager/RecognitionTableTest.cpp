@@ -62,12 +62,14 @@ TEST(RecognitionTable, RowsKeepTheRecognitionOrderAndKinds) {
         {"HalvoraSDKHeartDeviceV3", DeviceTypeHeart},
         {"HalvoraSDKBracelet", DeviceTypeBracelet},
         {"HalvoraSDKBraceletRM830", DeviceTypeBraceletRM830},
+        {"HalvoraSDKBraceletRM830DFU", DeviceTypeBraceletRM830DFU},
         {"HalvoraSDKOximeter", DeviceTypeOximeter},
         {"HalvoraSDKThermometer", DeviceTypeThermometer},
         {"HalvoraSDKThermometerV2", DeviceTypeThermometer},
         {"HalvoraSDKThermometerV3", DeviceTypeThermometer},
         {"HalvoraSDKBabyThermometer", DeviceTypeBabyThermometer},
         {"HalvoraSDKWeightScale", DeviceTypeWeightScale},
+        {"HalvoraSDKTensioBracelet", DeviceTypeTensioBracelet},
     };
     EXPECT_EQ(rows, expected);
 }

@@ -172,6 +172,8 @@ HALVORA_DELEGATE_PROPERTY(HalvoraBraceletRM830Delegate, braceletRM830Delegate, s
                           braceletRM830Delegate_)
 HALVORA_DELEGATE_PROPERTY(FirmwareUpdateObserver, firmwareUpdateObserver, setFirmwareUpdateObserver,
                           firmwareUpdateObserver_)
+HALVORA_DELEGATE_PROPERTY(HalvoraTensioBraceletDelegate, tensioBraceletDelegate, setTensioBraceletDelegate,
+                          tensioBraceletDelegate_)
 
 #undef HALVORA_DELEGATE_PROPERTY
 

@@ -26,6 +26,9 @@
 #include "halvora/Devices/Measurement/HalvoraWeightScaleDelegate.hpp"
 #include "halvora/Devices/RM830/HalvoraBraceletRM830Delegate.hpp"
 #include "halvora/Devices/RM830/HalvoraSDKRM830TimeRange.hpp"
+#include "halvora/Devices/Tensio/HalvoraSDKTensioBraceletConfig.hpp"
+#include "halvora/Devices/Tensio/HalvoraSDKTensioBraceletInterval.hpp"
+#include "halvora/Devices/Tensio/HalvoraTensioBraceletDelegate.hpp"
 #include "halvora/Manager/DriverClass.hpp"
 #include "halvora/Manager/HalvoraDeviceDelegate.hpp"
 #include "halvora/Manager/HalvoraSDKDevicesScanDelegate.hpp"
@@ -114,7 +117,8 @@ public:
     std::int32_t getDeviceStatus(DeviceKind kind) const;
 
     // ------------------------------------------------------------ facade operations
-    /// Kind 0 with a first- or third-generation monitor: starts a measurement and returns true.
+    /// Kind 0 with a first- or third-generation monitor, or kind 5 with a wrist blood-pressure bracelet:
+    /// starts a measurement and returns true; false for every other kind.
     bool startMeasurement(DeviceKind kind);
     /// Starts a blood-pressure measurement; always returns false.
     bool startMeasurement();
@@ -213,6 +217,37 @@ public:
     /// Automatic heart-rate monitoring within a window of the day and days of the week (a bracelet named
     /// "HR1638" only; others ignore it).
     void setBraceletRM830MonitoringHRAuto(std::uint8_t enabled, std::optional<HalvoraSDKRM830TimeRange> range);
+
+    // ------------------------------------------------------------ wrist blood-pressure bracelet (kind 5)
+    // Each forwards to the bracelet's driver on its queue; without one nothing happens. Pressures, readings
+    // and information arrive at `tensioBraceletDelegate`.
+    /// Whether the bracelet is measuring (false without a bracelet).
+    bool isTensioBraceletMeasuring() const;
+    /// Starts a measurement (startMeasurement(5)).
+    void startMeasurementTensioBracelet();
+    /// Stops the measurement; the bracelet's acknowledgement arrives as information -19 (an empty record).
+    void stopMeasurementTensioBracelet();
+    /// Asks the bracelet to measure again (returnMeasurement(5)).
+    void returnMeasurementTensioBracelet();
+    /// The readings in the bracelet's memory: their count, then one reading per request.
+    void getBloodPressureHistoryTensioBracelet();
+    /// Empties the bracelet's memory.
+    void removeBloodPressureHistoryTensioBracelet();
+    /// The bracelet's clock, as an information text.
+    void getSmartwatchTimeTensioBracelet();
+    /// Sets the bracelet's clock to the phone's local time.
+    void setSmartwatchTimeTensioBracelet();
+    /// Battery, ambulatory switch, unit and memory count, as an information text.
+    void getBasicInfoTensioBracelet();
+    /// Returns the bracelet to its factory settings.
+    void resetDefaultsTensioBracelet();
+    /// Sets the hand the bracelet is worn on and the ambulatory switch.
+    void setSmartwatchConfigTensioBracelet(const HalvoraSDKTensioBraceletConfig& config);
+    /// Sets the ambulatory schedule: at most 3 windows (more: information -20, even without a bracelet), which
+    /// must not overlap (else information -21); with no bracelet nothing happens.
+    void setAmbulatoryBloodPressureTimeTensioBracelet(const std::vector<HalvoraSDKTensioBraceletInterval>& intervals);
+    /// Kind 5 with a wrist blood-pressure bracelet: asks it to measure again and returns true; else false.
+    bool returnMeasurement(DeviceKind kind);
     /// Shows a text on the bracelet's display.
     void sendTextToRM610HR(const std::string& text);
 
@@ -248,6 +283,9 @@ public:
     std::shared_ptr<HalvoraBraceletRM830Delegate> braceletRM830Delegate() const override;
     /// Sets the RM830 bracelet's delegate (held weakly).
     void setBraceletRM830Delegate(std::weak_ptr<HalvoraBraceletRM830Delegate> delegate);
+    std::shared_ptr<HalvoraTensioBraceletDelegate> tensioBraceletDelegate() const override;
+    /// Sets the wrist blood-pressure bracelet's delegate (held weakly).
+    void setTensioBraceletDelegate(std::weak_ptr<HalvoraTensioBraceletDelegate> delegate);
     std::shared_ptr<FirmwareUpdateObserver> firmwareUpdateObserver() const override;
     /// Sets the observer of firmware updates (held weakly). Without one an update runs silently: the
     /// application hears only of the connections it causes.
@@ -347,6 +385,8 @@ private:
     DriverContext driverContext();
     template <typename Driver, typename Work>
     bool forwardTo(DeviceKind kind, Work work);
+    /// The wrist blood-pressure bracelet's report, to its delegate as a pressure, a reading or information.
+    void dispatchTensioData(const DeviceData& data);
 
     ManagerEnvironment environment_;
     std::shared_ptr<SerialQueue> bleQueue_;
@@ -389,6 +429,7 @@ private:
     std::weak_ptr<HalvoraBraceletDelegate> braceletDelegate_;
     std::weak_ptr<HalvoraBraceletRM830Delegate> braceletRM830Delegate_;
     std::weak_ptr<FirmwareUpdateObserver> firmwareUpdateObserver_;
+    std::weak_ptr<HalvoraTensioBraceletDelegate> tensioBraceletDelegate_;
 };
 
 }  // namespace halvora

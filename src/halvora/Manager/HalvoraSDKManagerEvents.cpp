@@ -2,6 +2,7 @@
 #include <type_traits>
 
 #include "halvora/Devices/Measurement/BloodPressureMonitor.hpp"
+#include "halvora/Devices/Tensio/HalvoraSDKTensioBracelet.hpp"
 #include "halvora/Manager/HalvoraSDKManager.hpp"
 #include "halvora/Manager/internal/PeripheralText.hpp"
 
@@ -11,6 +12,8 @@ namespace {
 
 constexpr std::int32_t kLinkConnected = 2;
 constexpr std::int32_t kLinkDown = 0;
+/// What the application is handed for a report that is not a number where one was expected.
+constexpr std::int32_t kNotANumberError = -1;
 
 std::string errorText(const OptionalError& error) {
     return error ? error->description : "(null)";
@@ -165,6 +168,10 @@ void HalvoraSDKManager::deviceDisconnected(const std::shared_ptr<BLEDevice>& dev
 }
 
 void HalvoraSDKManager::deviceOnDataReceived(const std::shared_ptr<BLEDevice>& device, const DeviceData& data) {
+    if (std::dynamic_pointer_cast<HalvoraSDKTensioBracelet>(device)) {
+        dispatchTensioData(data);
+        return;
+    }
     if (!std::dynamic_pointer_cast<BloodPressureMonitor>(device)) return;
     auto general = delegate();
     auto heart = heartDelegate();
@@ -182,7 +189,39 @@ void HalvoraSDKManager::deviceOnDataReceived(const std::shared_ptr<BLEDevice>& d
         data);
 }
 
+void HalvoraSDKManager::dispatchTensioData(const DeviceData& data) {
+    auto receiver = tensioBraceletDelegate();
+    if (!receiver) return;
+    std::visit(
+        [&](const auto& value) {
+            using T = std::decay_t<decltype(value)>;
+            if constexpr (std::is_same_v<T, std::int32_t>) {
+                receiver->tensioBraceletOnProgressMeasurement(value);
+            } else if constexpr (std::is_same_v<T, HalvoraSDKTensioBraceletData>) {
+                receiver->tensioBraceletOnResult(value);
+            } else if constexpr (std::is_same_v<T, std::string>) {
+                receiver->tensioBraceletInformation(value);
+            } else {
+                // A blood-pressure monitor's record: this driver never reports one.
+                receiver->tensioBraceletInformation(kNotANumberError);
+            }
+        },
+        data);
+}
+
 void HalvoraSDKManager::deviceOnErrorReceived(const std::shared_ptr<BLEDevice>& device, const DeviceError& error) {
+    if (device->getType() == DeviceTypeTensioBracelet) {
+        // Kept as the bracelet's applications know it: a numbered error arrives as an empty record, anything
+        // else as the number -1.
+        if (auto receiver = tensioBraceletDelegate()) {
+            if (std::holds_alternative<std::int32_t>(error)) {
+                receiver->tensioBraceletInformation(HalvoraSDKTensioBraceletData{});
+            } else {
+                receiver->tensioBraceletInformation(kNotANumberError);
+            }
+        }
+        return;
+    }
     if (device->getType() != DeviceTypeHeart) return;
     // A fresh record for each receiver; an error that is not a number becomes -1.
     const std::int32_t code = std::holds_alternative<std::int32_t>(error) ? std::get<std::int32_t>(error) : -1;

@@ -3,11 +3,15 @@
 #include "halvora/Devices/Measurement/HalvoraSDKHeartDevice.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKHeartDeviceV3.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKThermometerV2.hpp"
+#include "halvora/Devices/Tensio/HalvoraSDKTensioBracelet.hpp"
 #include "halvora/Manager/internal/ForwardTo.hpp"
 
 namespace halvora {
 
 bool HalvoraSDKManager::startMeasurement(DeviceKind kind) {
+    if (kind == DeviceTypeTensioBracelet) {
+        return forwardTo<HalvoraSDKTensioBracelet>(kind, [](HalvoraSDKTensioBracelet& d) { d.startMeasurement(); });
+    }
     if (kind != DeviceTypeHeart) return false;
     // The second generation has no start command: it measures on its own.
     return forwardTo<HalvoraSDKHeartDevice>(kind, [](HalvoraSDKHeartDevice& d) { d.startMeasurement(); }) ||

@@ -10,7 +10,9 @@
 #include "halvora/Devices/Measurement/HalvoraSDKThermometerV2.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKThermometerV3.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKWeightScale.hpp"
+#include "halvora/DFU/HalvoraSDKBraceletRM830DFU.hpp"
 #include "halvora/Devices/RM830/HalvoraSDKBraceletRM830.hpp"
+#include "halvora/Devices/Tensio/HalvoraSDKTensioBracelet.hpp"
 
 namespace halvora {
 
@@ -41,7 +43,10 @@ std::vector<DriverClass> makeRows() {
     rows.push_back(nameRow<HalvoraSDKBracelet>("HalvoraSDKBracelet", DeviceTypeBracelet, {"B521A", "RM-610HR"}));
     rows.push_back(nameRow<HalvoraSDKBraceletRM830>("HalvoraSDKBraceletRM830", DeviceTypeBraceletRM830,
                                                     {"J-Style", "HalVora", "HR1638"}));
-    // Further families take their places here, in this order: RM830 in update mode, Vital bracelet.
+    // The RM830 in update mode advertises as its updater ("DfuTarg"): any name with "DFU" in it, in any case.
+    rows.push_back(nameRow<HalvoraSDKBraceletRM830DFU>("HalvoraSDKBraceletRM830DFU", DeviceTypeBraceletRM830DFU,
+                                                       {"DfuTarg"}));
+    // The Vital bracelet takes its place here.
     rows.push_back(nameRow<HalvoraSDKOximeter>("HalvoraSDKOximeter", DeviceTypeOximeter, {"BLT_M70C"}));
     // The thermometers and the baby thermometer take names containing these fragments (the second
     // generation in any letter case, the third too).
@@ -53,7 +58,8 @@ std::vector<DriverClass> makeRows() {
                                                       {"iCcur", "thermF"}));
     // The weight scale takes any name containing this fragment (case-sensitive).
     rows.push_back(nameRow<HalvoraSDKWeightScale>("HalvoraSDKWeightScale", DeviceTypeWeightScale, {"Chipsea-BLE"}));
-    // Then: blood-pressure bracelet, pill reminder.
+    rows.push_back(nameRow<HalvoraSDKTensioBracelet>("HalvoraSDKTensioBracelet", DeviceTypeTensioBracelet, {"BPW1"}));
+    // Then: pill reminder.
     return rows;
 }
 
