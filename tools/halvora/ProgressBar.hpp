@@ -16,8 +16,8 @@ public:
     ProgressBar(const ProgressBar&) = delete;
     ProgressBar& operator=(const ProgressBar&) = delete;
 
-    /// `done` of `total` units; a total of 0 or less draws an empty bar.
-    void update(long done, long total, const std::string& unit);
+    /// `done` of `total` units, then `note` (a percentage, a rate); a total of 0 or less draws an empty bar.
+    void update(long done, long total, const std::string& unit, const std::string& note = "");
     /// Clears the line (once; the destructor does it too).
     void finish();
 

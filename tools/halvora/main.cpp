@@ -8,6 +8,7 @@
 #include "CliError.hpp"
 #include "CommandSet.hpp"
 #include "Commands.hpp"
+#include "dfu/HexImageFile.hpp"
 
 using namespace halvora;
 using namespace halvora::cli;
@@ -50,6 +51,12 @@ int main(int argc, char** argv) {
     battery->add_option("KIND", batteryKind, "device kind, 0 to 10")->required()->check(CLI::Range(0, 10));
     battery->add_option("--timeout", timeout, "seconds (default 30)")->check(CLI::NonNegativeNumber);
     auto* demo = app.add_subcommand("demo", "every device class of the lab, end to end");
+    std::string hexFile;
+    auto* hex = app.add_subcommand("hex", "firmware files in Intel HEX");
+    hex->require_subcommand(1);
+    auto* hexInfo = hex->add_subcommand(
+        "info", "what the kit makes of a firmware file: image size, packets, where the image ends and why");
+    hexInfo->add_option("FILE", hexFile, "the Intel HEX file")->required();
 
     CommandSet commands;
     addMeasurementCommands(app, commands);
@@ -71,6 +78,10 @@ int main(int argc, char** argv) {
         if (devices->parsed()) {
             Printer printer(options.json);
             return runDevices(printer);
+        }
+        if (hexInfo->parsed()) {
+            Printer printer(options.json);
+            return runHexInfo(printer, hexFile);
         }
         Session session(options);
         if (scan->parsed()) return runScan(session, scanSeconds);

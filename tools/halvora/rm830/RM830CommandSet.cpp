@@ -1,6 +1,7 @@
 // The RM830 bracelet's subcommands: how they read from the command line.
 #include "CommandSet.hpp"
 #include "RM830Commands.hpp"
+#include "dfu/FirmwareUpdateCommand.hpp"
 
 namespace halvora::cli {
 
@@ -68,6 +69,12 @@ void addRM830Commands(CLI::App& app, CommandSet& commands) {
     auto* version = rm830->add_subcommand("version", "the firmware version, and whether it is current");
     addTimeout(version, *timeout);
     commands.add(version, [timeout](Session& s) { return runRM830Version(s, *timeout); });
+
+    auto hexPath = commands.keep<std::optional<std::string>>();
+    auto* update = rm830->add_subcommand("update", "update the bracelet's firmware when it is older than the kit's");
+    update->add_option("--hex", *hexPath, "send this Intel HEX image in place of the kit's");
+    addTimeout(update, *timeout);
+    commands.add(update, [hexPath, timeout](Session& s) { return runRM830Update(s, *hexPath, *timeout); });
 
     addSettings(rm830, commands, timeout);
     addMonitoring(rm830, commands, timeout);
