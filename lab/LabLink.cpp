@@ -1,12 +1,15 @@
 #include "lab/LabLink.hpp"
 
+#include <algorithm>
+
 #include "lab/SimulatedPeripheral.hpp"
 
 namespace halvora::lab {
 
 LabLink::LabLink(std::weak_ptr<VirtualPeripheral> device, std::weak_ptr<SimulatedPeripheral> peripheral,
-                 std::optional<std::string> restoreIdentifier)
+                 std::optional<std::string> restoreIdentifier, MonotonicTime start)
     : device_(std::move(device)),
+      start_(start),
       peripheral_(std::move(peripheral)),
       restoreIdentifier_(std::move(restoreIdentifier)) {}
 
@@ -47,6 +50,19 @@ void LabLink::setNotifying(const BLEUUID& characteristic, bool enabled) {
     } else {
         notifying_.erase(characteristic);
     }
+}
+
+MonotonicTime LabLink::bookWrite(const LinkModel& model, MonotonicTime now) {
+    const LinkModel normal = model.normalized();
+    std::lock_guard lock(mutex_);
+    std::int64_t event = std::max(normal.eventAfter(start_, now), writeEvent_);
+    if (event == writeEvent_ && writesInEvent_ >= normal.packetsPerEvent) ++event;
+    if (event != writeEvent_) {
+        writeEvent_ = event;
+        writesInEvent_ = 0;
+    }
+    ++writesInEvent_;
+    return normal.eventTime(start_, event);
 }
 
 void LabLink::setEndTimer(std::shared_ptr<TimerHandle> timer) {

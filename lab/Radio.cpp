@@ -113,6 +113,30 @@ Duration Radio::gattLatency() const {
     return gattLatency_;
 }
 
+void Radio::setLinkModel(std::optional<LinkModel> model) {
+    std::lock_guard lock(mutex_);
+    linkModel_ = model ? std::optional<LinkModel>(model->normalized()) : std::nullopt;
+}
+
+std::optional<LinkModel> Radio::linkModel() const {
+    std::lock_guard lock(mutex_);
+    return linkModel_;
+}
+
+Duration Radio::bookWrite(LabLink& link) {
+    const auto model = linkModel();
+    if (!model) return gattLatency();
+    const MonotonicTime now = this->now();
+    return link.bookWrite(*model, now) - now;
+}
+
+Duration Radio::deliveryDelay(const LabLink& link) const {
+    const auto model = linkModel();
+    if (!model) return Duration::zero();
+    const MonotonicTime now = this->now();
+    return model->deliveryTime(link.start(), now) - now;
+}
+
 void Radio::attachCentral(const std::shared_ptr<SimulatedCentral>& central) {
     std::lock_guard lock(mutex_);
     centrals_.erase(std::remove_if(centrals_.begin(), centrals_.end(), [](const auto& c) { return c.expired(); }),

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
@@ -12,9 +13,11 @@
 #include "halvora/Runtime/Executor.hpp"
 #include "halvora/Runtime/SerialQueue.hpp"
 #include "halvora/Transport/AdvertisementData.hpp"
+#include "lab/LinkModel.hpp"
 
 namespace halvora::lab {
 
+class LabLink;
 class SimulatedCentral;
 class VirtualPeripheral;
 
@@ -76,10 +79,17 @@ public:
     void setConnectLatency(Duration latency);
     /// The current connect latency (30 ms unless set).
     Duration connectLatency() const;
-    /// From a GATT request (discovery, read, write, notification switch, cancel) to the device handling it.
+    /// From a GATT request (discovery, read, write, notification switch, cancel) to the device handling it
+    /// (writes under a link model: see setLinkModel()).
     void setGattLatency(Duration latency);
     /// The current GATT latency (5 ms unless set).
     Duration gattLatency() const;
+    /// Paces the writes and notifications of every link by `model`'s connection events (LinkModel says
+    /// how), from the next write or notification on; nothing (the default) keeps the fixed latencies above.
+    /// The model is kept normalized (LinkModel::normalized()).
+    void setLinkModel(std::optional<LinkModel> model);
+    /// The link model in use, if any.
+    std::optional<LinkModel> linkModel() const;
 
     // ---- used by the lab's central and devices
     /// Lets `central` hear advertisements and power changes; held weakly, so a central that is gone drops out.
@@ -92,6 +102,12 @@ public:
     void refreshAdvertising();
     /// The same, on the lab queue.
     void applyAdvertising();
+    /// From now to the moment a write the phone makes now over `link` reaches the device: the GATT latency,
+    /// or under a link model the time of the connection event it is booked in (LabLink::bookWrite()).
+    Duration bookWrite(LabLink& link);
+    /// From now to the moment something the device sends now over `link` reaches the phone's host, beyond
+    /// the device's reply-delay fault: zero without a link model, else LinkModel::deliveryTime().
+    Duration deliveryDelay(const LabLink& link) const;
     /// Hands one advertisement to every scanning central. Lab queue only.
     void broadcast(const std::shared_ptr<VirtualPeripheral>& device, const AdvertisementData& data, int rssi);
 
@@ -110,6 +126,7 @@ private:
     std::vector<std::weak_ptr<SimulatedCentral>> centrals_;
     Duration connectLatency_ = kDefaultConnectLatency;
     Duration gattLatency_ = kDefaultGattLatency;
+    std::optional<LinkModel> linkModel_;
 };
 
 }  // namespace halvora::lab

@@ -27,7 +27,8 @@ SimulatedPeripheral::SimulatedPeripheral(std::weak_ptr<SimulatedCentral> central
     : central_(std::move(central)),
       radio_(std::move(radio)),
       identifier_(std::move(identifier)),
-      name_(std::move(name)) {}
+      name_(std::move(name)),
+      modelledWrites_(std::make_shared<EventPipeline>(radio_->executor(), radio_->labQueue())) {}
 
 PeripheralState SimulatedPeripheral::state() const {
     std::lock_guard lock(mutex_);
@@ -357,11 +358,20 @@ void SimulatedPeripheral::setNotifyValue(bool enabled, const std::shared_ptr<Cha
     });
 }
 
+// A write goes after the GATT latency, or under a link model in the connection event it is booked in. Those
+// go through a pipeline: on real threads, timers set for the same event from different moments could
+// otherwise fire out of the order the writes were made in.
 void SimulatedPeripheral::writeValue(const std::vector<std::uint8_t>& value,
                                      const std::shared_ptr<Characteristic>& characteristic, WriteType type) {
-    sendRequest([value, characteristic, type](SimulatedPeripheral& self, const std::shared_ptr<LabLink>& link) {
-        self.serveWrite(link, value, characteristic, type);
-    });
+    auto link = this->link();
+    Task work = [self = self(), link, value, characteristic, type] {
+        self->serveWrite(link, value, characteristic, type);
+    };
+    if (link && radio_->linkModel()) {
+        modelledWrites_->post(radio_->bookWrite(*link), std::move(work));
+        return;
+    }
+    radio_->runOnLab(radio_->gattLatency(), std::move(work));
 }
 
 void SimulatedPeripheral::readValue(const std::shared_ptr<Characteristic>& characteristic) {
@@ -436,7 +446,8 @@ void SimulatedPeripheral::serveWrite(const std::shared_ptr<LabLink>& link, const
     if (!link) return refuseWrite(characteristic, type, notConnectedError(), Duration::zero());
     auto device = deviceFor(link);
     if (!device) return;
-    const Duration delay = device->faults().replyDelay;
+    // The response travels back like a notification (in the next connection event under a link model).
+    const Duration delay = device->faults().replyDelay + radio_->deliveryDelay(*link);
     const auto attribute = attributeOf(characteristic);
     const auto properties = attribute ? declaredProperties(*device, *attribute) : std::nullopt;
     if (!properties) return refuseWrite(characteristic, type, unknownAttributeError(), delay);

@@ -11,6 +11,7 @@
 #include "halvora/Runtime/Task.hpp"
 #include "halvora/Transport/CentralDelegate.hpp"
 #include "halvora/Transport/Peripheral.hpp"
+#include "lab/EventPipeline.hpp"
 #include "lab/LabLink.hpp"
 
 namespace halvora::lab {
@@ -135,6 +136,8 @@ private:
     const std::shared_ptr<Radio> radio_;
     const std::string identifier_;
     const std::optional<std::string> name_;
+    /// Under a link model, the writes waiting for their connection events, in the order they were made.
+    const std::shared_ptr<EventPipeline> modelledWrites_;
 
     mutable std::mutex mutex_;
     PeripheralState state_ = PeripheralState::Disconnected;

@@ -120,6 +120,16 @@ LabFaults VirtualPeripheral::faults() const {
     return faults_;
 }
 
+// ---------------------------------------------------------------- presence on the air
+
+void VirtualPeripheral::setPresent(bool present) {
+    if (present_.exchange(present) == present) return;
+    auto radio = this->radio();
+    if (!radio) return;
+    if (!present) dropLink();
+    radio->refreshAdvertising();
+}
+
 // ---------------------------------------------------------------- actions
 
 void VirtualPeripheral::notify(const BLEUUID& characteristic, const std::vector<std::uint8_t>& value) {
@@ -203,7 +213,9 @@ std::shared_ptr<LabLink> VirtualPeripheral::currentLink() const {
 VirtualPeripheral::LinkAcceptance VirtualPeripheral::acceptLink(
     const std::shared_ptr<SimulatedPeripheral>& peripheral) {
     const LabFaults faults = this->faults();
-    if (!faults.inRange) return {nullptr, labError(BLEErrorConnectionTimeout, "The device is out of range."), false};
+    if (!faults.inRange || !isPresent()) {
+        return {nullptr, labError(BLEErrorConnectionTimeout, "The device is out of range."), false};
+    }
     if (!config_.connectable) {
         return {nullptr, labError(BLEErrorConnectionFailed, "The device does not accept connections."), false};
     }
@@ -221,7 +233,7 @@ VirtualPeripheral::LinkAcceptance VirtualPeripheral::acceptLink(
         link->rebind(peripheral, restoreIdentifier);
         return {link, std::nullopt, true};
     }
-    auto link = std::make_shared<LabLink>(weak_from_this(), peripheral, restoreIdentifier);
+    auto link = std::make_shared<LabLink>(weak_from_this(), peripheral, restoreIdentifier, now());
     {
         std::lock_guard lock(mutex_);
         link_ = link;
@@ -265,7 +277,7 @@ void VirtualPeripheral::closeLink(const std::shared_ptr<LabLink>& link, Optional
 }
 
 void VirtualPeripheral::updateAdvertising(bool anyoneScanning) {
-    const bool wanted = anyoneScanning && faults().inRange && !isConnected();
+    const bool wanted = anyoneScanning && faults().inRange && isPresent() && !isConnected();
     if (wanted == (advertising_ != nullptr)) return;
     if (!wanted) {
         advertising_->invalidate();
@@ -318,8 +330,10 @@ void VirtualPeripheral::transmit(const std::shared_ptr<LabLink>& link, const BLE
     }
     const auto parts = notificationParts(value, faults);
     const int copies = faults.duplicateNotifications ? 2 : 1;
+    auto radio = this->radio();
+    const Duration delay = faults.replyDelay + (radio ? radio->deliveryDelay(*link) : Duration::zero());
     for (int copy = 0; copy < copies; ++copy) {
-        for (const auto& part : parts) peripheral->deliverNotification(link, characteristic, part, faults.replyDelay);
+        for (const auto& part : parts) peripheral->deliverNotification(link, characteristic, part, delay);
     }
 }
 

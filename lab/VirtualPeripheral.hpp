@@ -83,6 +83,16 @@ public:
     /// The current faults.
     LabFaults faults() const;
 
+    // ---- presence on the air
+    /// The device's own doing, apart from the scripted faults (which it leaves alone): false makes it leave
+    /// the air, as a device that restarts or switches into another mode does: a link up drops (the central
+    /// sees a disconnection with an error), advertising stops and connection attempts fail as for a device
+    /// out of range; true brings it back (advertising again when anyone scans). A device is present from
+    /// its creation; a change of range (LabFaults::inRange) applies on top.
+    void setPresent(bool present);
+    /// Whether the device is on the air (setPresent()).
+    bool isPresent() const { return present_.load(); }
+
     // ---- actions
     /// Sends a notification to the connected central, if it switched notifications on for this
     /// characteristic on the current link; otherwise it goes nowhere, as on a real link. A hostile device
@@ -164,6 +174,7 @@ private:
 
     VirtualPeripheralConfig config_;
     std::atomic<bool> connected_{false};
+    std::atomic<bool> present_{true};
     std::mt19937_64 ownRandom_{1};
 
     mutable std::mutex mutex_;

@@ -11,13 +11,15 @@
 #include "lab/Devices/RM830/RM830Day.hpp"
 #include "lab/Devices/RM830/RM830Faults.hpp"
 #include "lab/Devices/RM830/RM830HeartPacket.hpp"
+#include "lab/Devices/RM830/RM830UpdaterScript.hpp"
 
 namespace halvora::lab {
 
 /// What the virtual RM830 reports and how it behaves.
 struct RM830Script {
     /// The firmware version the 0x27 answer carries: four numbers from -128 to 127 ("54.51.56.1" is the
-    /// current firmware, so the kit starts no update). A text of another form is answered with zeros.
+    /// current firmware, so the kit starts no update). A text of another form is answered with zeros. An
+    /// activated update replaces it (VirtualRM830::firmwareVersion()).
     std::string version = "54.51.56.1";
     /// Where the clock stands when the script is set (or, for a bracelet not yet in a radio, when it first
     /// connects); absent: the clock shows the lab's local time until the phone sets it.
@@ -60,6 +62,8 @@ struct RM830Script {
     Duration notificationGap = Duration::zero();
     /// The bracelet's protocol faults.
     RM830Faults faults;
+    /// Its bootloader, and the switch into it and back (0x47).
+    RM830UpdaterScript updater;
 };
 
 }  // namespace halvora::lab

@@ -7,9 +7,11 @@
 #include "halvora/Core/Calendar.hpp"
 #include "halvora/Core/Log.hpp"
 #include "lab/Devices/RM830/RM830History.hpp"
+#include "lab/Devices/RM830/VirtualRM830Bootloader.hpp"
 #include "lab/Devices/RM830/internal/RM830Answers.hpp"
 #include "lab/Devices/RM830/internal/RM830Command.hpp"
 #include "lab/Devices/RM830/internal/RM830Protocol.hpp"
+#include "lab/Radio.hpp"
 
 namespace halvora::lab {
 
@@ -42,13 +44,18 @@ bool contains(const std::vector<std::uint8_t>& codes, std::uint8_t code) {
 
 }  // namespace
 
-VirtualRM830::VirtualRM830(VirtualPeripheralConfig config) : VirtualPeripheral(std::move(config)) {
+VirtualRM830::VirtualRM830(VirtualPeripheralConfig config)
+    : VirtualPeripheral(std::move(config)),
+      bootloader_(std::make_shared<VirtualRM830Bootloader>(VirtualRM830Bootloader::configFor(this->config()))) {
     addService(kService);
     addCharacteristic(kService, kWrite, CharacteristicPropertyWrite | CharacteristicPropertyWriteWithoutResponse);
     addCharacteristic(kService, kNotify, CharacteristicPropertyNotify);
 }
 
-VirtualRM830::~VirtualRM830() = default;
+// The bootloader goes with its bracelet (the radio holds it too while it is in range).
+VirtualRM830::~VirtualRM830() {
+    if (auto radio = bootloader_->radio()) radio->removePeripheral(bootloader_->identifier());
+}
 
 std::shared_ptr<VirtualRM830> VirtualRM830::make(const std::string& identifier, int rssi, const std::string& name) {
     VirtualPeripheralConfig config;
@@ -69,6 +76,7 @@ std::optional<std::array<std::uint8_t, 4>> VirtualRM830::versionBytes(const std:
 void VirtualRM830::setScript(const RM830Script& script) {
     std::lock_guard lock(mutex_);
     script_ = script;
+    firmwareVersion_ = script.version;
     addedSteps_ = 0;
     heartPackets_.reset();
     if (script.clock) anchorClock(*script.clock);
@@ -102,6 +110,11 @@ int VirtualRM830::rejectedFrames() const {
 int VirtualRM830::updateModeRequests() const {
     std::lock_guard lock(mutex_);
     return settings_.updateModeRequests;
+}
+
+std::string VirtualRM830::firmwareVersion() const {
+    std::lock_guard lock(mutex_);
+    return firmwareVersion_;
 }
 
 BraceletTime VirtualRM830::clockNow() const {
@@ -292,12 +305,56 @@ VirtualRM830::Reply VirtualRM830::onSetMonitoringWindow(const RM830Command& comm
 }
 
 VirtualRM830::Reply VirtualRM830::onReadVersion(const RM830Command&) {
-    return answer(RM830Answers::version(rm830::versionBytes(script_.version).value_or(std::array<std::uint8_t, 4>{})));
+    return answer(RM830Answers::version(rm830::versionBytes(firmwareVersion_).value_or(std::array<std::uint8_t, 4>{})));
 }
 
 VirtualRM830::Reply VirtualRM830::onUpdateMode(const RM830Command& command) {
     ++settings_.updateModeRequests;
-    return answer(RM830Answers::acknowledgement(command.code()));
+    Reply reply = answer(RM830Answers::acknowledgement(command.code()));
+    if (switching_) return reply;
+    switching_ = true;
+    const Duration delay = script_.updater.switchDelay;
+    reply.then = [this, delay] { schedule(delay, [this] { enterUpdater(); }); };
+    return reply;
+}
+
+// ---------------------------------------------------------------- the switch into the bootloader and back
+
+void VirtualRM830::enterUpdater() {
+    auto radio = this->radio();
+    if (radio && !bootloader_->radio()) radio->addPeripheral(bootloader_);
+    if (!radio || bootloader_->radio() != radio) {
+        Log::shared().writef("Lab: RM830 %s cannot put its bootloader %s on the air; it stays as it is",
+                             identifier().c_str(), bootloader_->identifier().c_str());
+        std::lock_guard lock(mutex_);
+        switching_ = false;
+        return;
+    }
+    RM830UpdaterScript updater;
+    {
+        std::lock_guard lock(mutex_);
+        updater = script_.updater;
+    }
+    Log::shared().writef("Lab: RM830 %s restarts into its bootloader %s", identifier().c_str(),
+                         bootloader_->identifier().c_str());
+    setPresent(false);
+    bootloader_->setRssi(rssi());
+    std::weak_ptr<VirtualRM830> weak = std::static_pointer_cast<VirtualRM830>(shared_from_this());
+    bootloader_->enter(updater, [weak, restart = updater.restartDelay](std::optional<std::string> newVersion) {
+        auto self = weak.lock();
+        if (!self) return;
+        self->schedule(restart, [raw = self.get(), newVersion] { raw->comeBack(newVersion); });
+    });
+}
+
+void VirtualRM830::comeBack(std::optional<std::string> newVersion) {
+    {
+        std::lock_guard lock(mutex_);
+        if (newVersion) firmwareVersion_ = *newVersion;
+        switching_ = false;
+    }
+    Log::shared().writef("Lab: RM830 %s is back, running %s", identifier().c_str(), firmwareVersion().c_str());
+    setPresent(true);
 }
 
 // ---------------------------------------------------------------- real-time streams

@@ -21,6 +21,7 @@
 namespace halvora::lab {
 
 class RM830Command;
+class VirtualRM830Bootloader;
 
 /// The RM830 activity bracelet ("J-Style", also sold as "HalVora" and, with automatic heart-rate
 /// monitoring, "HR1638"), seen from the bracelet's side.
@@ -43,8 +44,15 @@ class RM830Command;
 ///   - readings: 0x41 the clock, 0x38 the time format, 0x42 the wearer, in the layout they are set with;
 ///     0x46 the stored days (byte 1 how many, bytes 2 to 14 the first 13, in days ago from today back);
 ///     0x27 the firmware version (bytes 1 to 4, the script's "54.51.56.1" as signed bytes);
-///   - 0x47 (switch to the updater) is answered with the code and counted (updateModeRequests()); the
-///     bracelet stays as it is;
+///   - 0x47 (switch to the updater) is answered with the code and counted (updateModeRequests()). The
+///     script's switch delay later (RM830UpdaterScript::switchDelay, 500 ms unless scripted) the bracelet
+///     drops the link and leaves the air (no advertising, connections refused), and its bootloader
+///     (bootloader(), VirtualRM830Bootloader) comes on the air in its place, under its own identifier
+///     (VirtualRM830Bootloader::identifierFor() the bracelet's), advertising "DfuTarg". When the
+///     bootloader leaves the air (an activated image, a reset, its inactivity time), the bracelet comes
+///     back the restart delay later (one second unless scripted): after an activation reporting the
+///     version the new image carries on 0x27 (firmwareVersion()), else as it was. A 0x47 while a switch is
+///     under way changes nothing more; one after the bracelet came back switches again;
 ///   - 0x09 starts real-time steps: a frame with today's steps, calories and distance at once, then one
 ///     every script interval with the steps grown, until 0x0A (answered with the code alone);
 ///   - 0x2C 1 starts real-time heart rate: a frame with a rate in byte 1 at once, then one every script
@@ -57,7 +65,8 @@ class RM830Command;
 ///     readings;
 ///   - any other code is answered with the code | 0x80.
 /// Real-time streams stop when the link ends. The script's faults (RM830Faults) and the lab's link faults
-/// apply on top.
+/// apply on top. The bootloader joins the bracelet's radio at the first switch and stays there (off the air
+/// when not in use) until the bracelet is destroyed.
 ///
 /// Caps: the list of frames received keeps the latest kMaxRecordedFrames; seeded days past the 256th and
 /// seeded heart-rate packets past kMaxHeartPackets are not made (0x43 and 0x2F can only reach numbers 0 to
@@ -116,6 +125,11 @@ public:
     int rejectedFrames() const;
     /// How often the phone asked for the updater (0x47).
     int updateModeRequests() const;
+    /// The firmware version the bracelet runs (the 0x27 answer): the script's, until an activated update
+    /// replaces it (a new script brings the script's back).
+    std::string firmwareVersion() const;
+    /// The bracelet's bootloader (off the air unless the bracelet switched into it).
+    const std::shared_ptr<VirtualRM830Bootloader>& bootloader() const { return bootloader_; }
 
 protected:
     /// A new link: timers of the last one stop counting; a scripted clock waiting for a radio starts.
@@ -177,12 +191,19 @@ private:
     const std::vector<RM830HeartPacket>& heartPackets(bool anew);
     Duration streamInterval(Duration scripted) const;
 
+    // The switch into the bootloader and back (lab queue).
+    void enterUpdater();
+    void comeBack(std::optional<std::string> newVersion);
+
     // Stream ticks (lab queue).
     void tickRealTime(int generation, int stream);
     void tickHeartRate(int generation, int stream);
 
+    const std::shared_ptr<VirtualRM830Bootloader> bootloader_;
     mutable std::mutex mutex_;
     RM830Script script_;
+    std::string firmwareVersion_ = script_.version;
+    bool switching_ = false;  // from an accepted 0x47 until the bracelet is back on the air
     RM830Settings settings_;
     std::optional<BraceletTime> clockAnchor_;  // where the clock was set (by the phone or the script)
     MonotonicTime clockAnchoredAt_{};
