@@ -145,6 +145,13 @@ std::optional<std::int32_t> CliApplication::status(DeviceKind kind) const {
     return it->second;
 }
 
+void CliApplication::forgetConnection(DeviceKind kind) {
+    std::lock_guard lock(mutex_);
+    status_.erase(kind);
+    searched_.erase(kind);
+    information_.erase(kind);
+}
+
 bool CliApplication::wasSearching(DeviceKind kind) const {
     std::lock_guard lock(mutex_);
     return searched_.count(kind) != 0;

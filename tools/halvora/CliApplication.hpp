@@ -53,6 +53,9 @@ public:
     /// The latest status reported for a kind, if any.
     std::optional<std::int32_t> status(DeviceKind kind) const;
     /// Whether the kind was reported searching (status 0) at some point.
+    /// Forgets the kind's status, whether it was searched for and what it reported (before a new connection
+    /// of the kind).
+    void forgetConnection(DeviceKind kind);
     bool wasSearching(DeviceKind kind) const;
     std::optional<HalvoraSDKHeartData> heartResult() const;
     std::optional<std::int32_t> battery(DeviceKind kind) const;

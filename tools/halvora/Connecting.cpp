@@ -28,6 +28,8 @@ void connectAndWait(Session& session, DeviceKind kind, double timeout, const std
     session.startCentral();
     auto& app = session.app();
     auto& manager = session.manager();
+    // A kind connected before in this run (a bracelet coming back after its update) starts afresh.
+    app.forgetConnection(kind);
     if (identifier) {
         manager.connectByUUID(identifier, kind);
     } else {

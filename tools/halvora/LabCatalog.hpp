@@ -51,5 +51,6 @@ void addMeasurementLabClasses(std::vector<LabClass>& classes);
 void addTemperatureLabClasses(std::vector<LabClass>& classes);
 void addBraceletLabClasses(std::vector<LabClass>& classes);
 void addRM830LabClasses(std::vector<LabClass>& classes);
+void addTensioLabClasses(std::vector<LabClass>& classes);
 
 }  // namespace halvora::cli

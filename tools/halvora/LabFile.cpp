@@ -1,5 +1,6 @@
 #include "LabFile.hpp"
 
+#include <chrono>
 #include <fstream>
 #include <sstream>
 
@@ -101,6 +102,33 @@ lab::HostileMode readHostile(const JsonReader& device) {
     return out;
 }
 
+// The lab's link model: "link": {"connectionIntervalMs": 30, "packetsPerEvent": 4, "notificationLatencyMs": 0}
+// (each optional, defaults as lab::LinkModel's). The interval may have a fraction (7.5).
+constexpr double kMinIntervalMs = 7.5;
+constexpr double kMaxIntervalMs = 4000;
+constexpr int kMaxPacketsPerEvent = 1000;
+constexpr double kMaxLatencyMs = 10000;
+
+Duration millisecondsField(const JsonReader& link, const std::string& key, Duration fallback, double low, double high) {
+    const double ms = link.number(key, std::chrono::duration<double, std::milli>(fallback).count());
+    if (ms < low || ms > high) link.fail(key, format("expected milliseconds from %g to %g", low, high));
+    return std::chrono::duration_cast<Duration>(std::chrono::duration<double, std::milli>(ms));
+}
+
+lab::LinkModel readLinkModel(const JsonReader& link) {
+    link.rejectUnknown({"connectionIntervalMs", "packetsPerEvent", "notificationLatencyMs"});
+    lab::LinkModel out;
+    out.connectionInterval =
+        millisecondsField(link, "connectionIntervalMs", out.connectionInterval, kMinIntervalMs, kMaxIntervalMs);
+    out.packetsPerEvent = link.integer("packetsPerEvent", out.packetsPerEvent);
+    if (out.packetsPerEvent < 1 || out.packetsPerEvent > kMaxPacketsPerEvent) {
+        link.fail("packetsPerEvent", format("expected an integer from 1 to %d", kMaxPacketsPerEvent));
+    }
+    out.notificationLatency =
+        millisecondsField(link, "notificationLatencyMs", out.notificationLatency, 0, kMaxLatencyMs);
+    return out;
+}
+
 LabDeviceSpec readDevice(const nlohmann::json& json, const std::string& where, std::size_t index) {
     JsonReader device(json, where);
     device.rejectUnknown({"class", "identifier", "name", "rssi", "script", "faults", "hostile"});
@@ -143,12 +171,13 @@ LabDescription LabDescription::fromText(const std::string& text, const std::stri
         throw CliError(ExitBadArguments, origin + ": " + error.what());
     }
     JsonReader root(json, origin);
-    root.rejectUnknown({"seed", "devices"});
+    root.rejectUnknown({"seed", "link", "devices"});
     LabDescription description;
     if (auto seed = root.optionalInteger("seed")) {
         if (*seed < 0) root.fail("seed", "expected a non-negative integer");
         description.seed = static_cast<std::uint64_t>(*seed);
     }
+    if (root.has("link")) description.link = readLinkModel(root.object("link"));
     if (!json.contains("devices") || !json["devices"].is_array()) root.fail("devices", "expected a list of devices");
     const auto& devices = json["devices"];
     for (std::size_t i = 0; i < devices.size(); ++i) {

@@ -96,6 +96,7 @@ void Session::buildLab() {
         options_.labFile ? LabDescription::fromFile(*options_.labFile) : LabDescription::defaultLab();
     const std::uint64_t seed = options_.seed.value_or(description.seed.value_or(1));
     radio_ = std::make_shared<lab::Radio>(executor_, seed);
+    if (description.link) radio_->setLinkModel(*description.link);
     for (auto& entry : description.devices) {
         LabDevice device;
         device.labClass = LabCatalog::find(entry.className);

@@ -50,6 +50,8 @@ public:
     const GlobalOptions& options() const { return options_; }
     /// The lab's devices (empty with another transport).
     const std::vector<LabDevice>& labDevices() const { return labDevices_; }
+    /// The lab's radio (null with another transport).
+    const std::shared_ptr<lab::Radio>& radio() const { return radio_; }
 
     /// Creates the central (once) and waits for its first state report; fails (exit 5) when Bluetooth is
     /// not on.

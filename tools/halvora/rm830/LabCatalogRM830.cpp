@@ -41,6 +41,27 @@
 //     "strayDayFrames"       frames with another byte 1 mixed into each stored day, 0 to 1000
 //     "cutAnswersTo"         answers are cut to this many bytes, 0 to 19
 //     "cutAnswerCodes"       the answers (by their byte 0) "cutAnswersTo" cuts; absent or empty: all
+//   "updater"             the bracelet's bootloader, which it switches into when the phone sends 0x47:
+//     "dfuVersion"           the bootloader's version characteristic: up to 20 bytes, default [8, 0] (a first
+//                            byte 0 makes the phone reset the bootloader)
+//     "versionAfterUpdate"   the version reported after an activated update whose image carries no version
+//                            header (default "54.51.56.1"), as "version"
+//     "inactivityMs"         the bootloader resets by itself after this long without a write, 100 to 600000
+//                            (default 30000)
+//     "switchDelayMs"        from the answer to 0x47 to the bootloader appearing, 0 to 10000 (default 500)
+//     "restartDelayMs"       from the bootloader leaving to the bracelet advertising again, 0 to 60000
+//                            (default 1000)
+//     "faults"               the bootloader's faults:
+//       "refuseNewStart"       true: the new start (01 04) is answered "not supported" (the phone falls back
+//                              to the old procedure)
+//       "refuseOldStart"       true: the old start (01) is answered "not supported" too
+//       "startStatus"          the status answering the start once the sizes arrived, 0 to 255 (1: success)
+//       "receiveStatus"        the status answering the complete image, 0 to 255
+//       "validateStatus"       the status answering validation of a complete image, 0 to 255
+//       "crcError"             true: validation answers 5 (CRC error)
+//       "loseReceipt"          the n-th packet receipt (from 1) is not sent: the phone stalls until the
+//                              bootloader gives up
+//       "dropLinkAfterBytes"   the link drops once this many image bytes arrived (once per switch), 0 or more
 #include <algorithm>
 #include <cctype>
 #include <limits>
@@ -66,6 +87,12 @@ constexpr int kMaxCutLength = 19;
 constexpr int kFirstYear = 2000;
 constexpr int kLastYear = 2099;
 constexpr int kQuarterMinutes = 15;
+constexpr std::size_t kMaxDfuVersionBytes = 20;
+constexpr int kMinInactivityMs = 100;
+constexpr int kMaxInactivityMs = 600000;
+constexpr int kMaxSwitchDelayMs = 10000;
+constexpr int kMaxRestartDelayMs = 60000;
+constexpr int kMaxStatus = 255;
 
 int bounded(const JsonReader& reader, const char* key, int fallback, int low, int high) {
     const int value = reader.integer(key, fallback);
@@ -223,10 +250,52 @@ lab::RM830Faults readFaults(const JsonReader& faults) {
     return out;
 }
 
+std::optional<std::uint8_t> status(const JsonReader& faults, const char* key) {
+    if (!faults.has(key)) return std::nullopt;
+    return static_cast<std::uint8_t>(bounded(faults, key, 0, 0, kMaxStatus));
+}
+
+lab::RM830UpdaterFaults readUpdaterFaults(const JsonReader& faults) {
+    faults.rejectUnknown({"refuseNewStart", "refuseOldStart", "startStatus", "receiveStatus", "validateStatus",
+                          "crcError", "loseReceipt", "dropLinkAfterBytes"});
+    lab::RM830UpdaterFaults out;
+    out.refuseNewStart = faults.boolean("refuseNewStart", out.refuseNewStart);
+    out.refuseOldStart = faults.boolean("refuseOldStart", out.refuseOldStart);
+    out.startStatus = status(faults, "startStatus");
+    out.receiveStatus = status(faults, "receiveStatus");
+    out.validateStatus = status(faults, "validateStatus");
+    out.crcError = faults.boolean("crcError", out.crcError);
+    if (faults.has("loseReceipt")) {
+        out.loseReceipt = bounded(faults, "loseReceipt", 1, 1, std::numeric_limits<int>::max());
+    }
+    if (faults.has("dropLinkAfterBytes")) {
+        out.dropLinkAfterBytes =
+            static_cast<std::size_t>(bounded(faults, "dropLinkAfterBytes", 0, 0, std::numeric_limits<int>::max()));
+    }
+    return out;
+}
+
+lab::RM830UpdaterScript readUpdater(const JsonReader& updater) {
+    updater.rejectUnknown(
+        {"dfuVersion", "versionAfterUpdate", "inactivityMs", "switchDelayMs", "restartDelayMs", "faults"});
+    lab::RM830UpdaterScript out;
+    if (updater.has("dfuVersion")) out.dfuVersion = byteList(updater, "dfuVersion", kMaxDfuVersionBytes);
+    out.versionAfterUpdate = updater.text("versionAfterUpdate", out.versionAfterUpdate);
+    if (!lab::VirtualRM830::versionBytes(out.versionAfterUpdate)) {
+        updater.fail("versionAfterUpdate", "expected four numbers from -128 to 127 like \"54.51.56.1\"");
+    }
+    out.inactivityTime = milliseconds(updater, "inactivityMs", out.inactivityTime, kMinInactivityMs, kMaxInactivityMs);
+    out.switchDelay = milliseconds(updater, "switchDelayMs", out.switchDelay, 0, kMaxSwitchDelayMs);
+    out.restartDelay = milliseconds(updater, "restartDelayMs", out.restartDelay, 0, kMaxRestartDelayMs);
+    out.faults = readUpdaterFaults(updater.object("faults"));
+    return out;
+}
+
 lab::RM830Script readRM830Script(const JsonReader& script) {
     script.rejectUnknown({"version", "clock", "steps", "calories", "distance", "stepsPerUpdate", "caloriesPerStep",
                           "realTimeIntervalMs", "heartRate", "heartRateSpread", "heartRateIntervalMs", "days",
-                          "seededDays", "seed", "heartHistory", "seededHeartPackets", "notificationGapMs", "faults"});
+                          "seededDays", "seed", "heartHistory", "seededHeartPackets", "notificationGapMs", "faults",
+                          "updater"});
     lab::RM830Script out;
     out.version = script.text("version", out.version);
     if (!lab::VirtualRM830::versionBytes(out.version)) {
@@ -252,6 +321,7 @@ lab::RM830Script readRM830Script(const JsonReader& script) {
         bounded(script, "seededHeartPackets", out.seededHeartPackets, 0, lab::VirtualRM830::kMaxHeartPackets);
     out.notificationGap = milliseconds(script, "notificationGapMs", out.notificationGap, 0, kMaxGapMs);
     out.faults = readFaults(script.object("faults"));
+    out.updater = readUpdater(script.object("updater"));
     return out;
 }
 
