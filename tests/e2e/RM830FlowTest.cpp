@@ -113,6 +113,8 @@ TEST(RM830Flow, CurrentFirmwareIsReportedAndLeftAlone) {
 TEST(RM830Flow, OlderFirmwareIsSwitchedToUpdateModeAndTheUpdaterIsAskedFor) {
     lab::RM830Script script;
     script.version = "54.51.55.9";
+    // The bracelet stays in its application: nothing plays its updater.
+    script.updater.switchDelay = std::chrono::hours(1);
     RM830Lab w(script);
     w.lab.manager->connectDevice(DeviceTypeBraceletRM830, 30);
     ASSERT_TRUE(w.lab.runUntil([&] { return w.bracelet->updateModeRequests() == 1; }, seconds(10)));
@@ -126,7 +128,7 @@ TEST(RM830Flow, OlderFirmwareIsSwitchedToUpdateModeAndTheUpdaterIsAskedFor) {
     EXPECT_GE(asked - switched, 2900);
     EXPECT_LE(asked - switched, 3100);
 
-    // Nothing in the lab plays the bracelet in update mode: the request runs out after its 30 s.
+    // With no updater on the air the request runs out after its 30 s.
     w.lab.advance(seconds(29));
     EXPECT_TRUE(w.lab.manager->isPending(DeviceTypeBraceletRM830DFU));
     ASSERT_TRUE(w.lab.runUntilEvent("status 8 -> -1", seconds(10)));
