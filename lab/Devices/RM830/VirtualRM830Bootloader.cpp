@@ -15,6 +15,11 @@ namespace dfu = rm830updater;
 constexpr const char* kHexDigits = "0123456789ABCDEF";
 constexpr int kHexBase = 16;
 constexpr const char* kNoHexSuffix = "-DFU";
+/// The two digits that set a bootloader's identifier apart from its bracelet's, and the ones used when the
+/// bracelet's already has them.
+constexpr const char* kMark = "DF";
+constexpr const char* kOtherMark = "FD";
+constexpr std::size_t kMarkDigits = 2;
 constexpr unsigned kBitsPerByte = 8;
 
 /// The value of a hexadecimal digit; -1 for another character.
@@ -63,9 +68,18 @@ VirtualRM830Bootloader::VirtualRM830Bootloader(VirtualPeripheralConfig config) :
 VirtualRM830Bootloader::~VirtualRM830Bootloader() = default;
 
 std::string VirtualRM830Bootloader::identifierFor(const std::string& braceletIdentifier) {
-    if (braceletIdentifier.empty() || hexValue(braceletIdentifier.back()) < 0) return braceletIdentifier + kNoHexSuffix;
+    // The last group of the identifier (after its last '-', or all of it) gets the mark in its first two
+    // digits.
+    const std::size_t dash = braceletIdentifier.rfind('-');
+    const std::size_t group = dash == std::string::npos ? 0 : dash + 1;
+    if (braceletIdentifier.size() < group + kMarkDigits || hexValue(braceletIdentifier[group]) < 0 ||
+        hexValue(braceletIdentifier[group + 1]) < 0) {
+        return braceletIdentifier + kNoHexSuffix;
+    }
     std::string identifier = braceletIdentifier;
-    identifier.back() = kHexDigits[(hexValue(identifier.back()) + 1) % kHexBase];
+    const bool marked = std::toupper(static_cast<unsigned char>(identifier[group])) == kMark[0] &&
+                        std::toupper(static_cast<unsigned char>(identifier[group + 1])) == kMark[1];
+    identifier.replace(group, kMarkDigits, marked ? kOtherMark : kMark);
     return identifier;
 }
 

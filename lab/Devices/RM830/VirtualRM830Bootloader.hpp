@@ -93,9 +93,10 @@ public:
     explicit VirtualRM830Bootloader(VirtualPeripheralConfig config);
     ~VirtualRM830Bootloader() override;
 
-    /// The identifier of the bracelet `braceletIdentifier`'s bootloader: the bracelet's with its last
-    /// hexadecimal digit one higher (F wraps to 0), as a bootloader advertises at its application's address
-    /// plus one; an identifier that does not end in a hexadecimal digit gets "-DFU" added.
+    /// The identifier of the bracelet `braceletIdentifier`'s bootloader: the bracelet's with the first two
+    /// digits of its last group replaced by "DF" ("FD" when they are "DF" already), so that it stays apart
+    /// from the lab's other devices, whose identifiers usually count up in the last digits; an identifier
+    /// whose last group does not start with two hexadecimal digits gets "-DFU" added.
     static std::string identifierFor(const std::string& braceletIdentifier);
     /// The bootloader's identity for the bracelet configured by `bracelet`: identifierFor() its identifier,
     /// "DfuTarg", the update service advertised, the bracelet's signal strength and advertising interval.

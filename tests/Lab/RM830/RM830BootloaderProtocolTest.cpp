@@ -273,13 +273,14 @@ TEST(RM830Bootloader, InitPacketAndVersionAreKept) {
     EXPECT_EQ(recorder->lines(), Lines{"value 00001534-1212-EFDE-1523-785FEABCD123 0007"});
 }
 
-TEST(RM830Bootloader, IdentifierIsTheBraceletsPlusOne) {
+TEST(RM830Bootloader, IdentifierIsTheBraceletsWithItsMark) {
     const std::vector<std::pair<std::string, std::string>> cases = {
-        {"B8300000-0000-4000-8000-000000000830", "B8300000-0000-4000-8000-000000000831"},
-        {"B8300000-0000-4000-8000-00000000083E", "B8300000-0000-4000-8000-00000000083F"},
-        {"B8300000-0000-4000-8000-00000000083F", "B8300000-0000-4000-8000-000000000830"},
-        {"b8300000-0000-4000-8000-00000000083f", "b8300000-0000-4000-8000-000000000830"},
+        {"B8300000-0000-4000-8000-000000000830", "B8300000-0000-4000-8000-DF0000000830"},
+        {"B8300000-0000-4000-8000-DF0000000830", "B8300000-0000-4000-8000-FD0000000830"},
+        {"b8300000-0000-4000-8000-df0000000830", "b8300000-0000-4000-8000-FD0000000830"},
+        {"A1", "DF"},
         {"bracelet", "bracelet-DFU"},
+        {"X-1", "X-1-DFU"},
         {"", "-DFU"},
     };
     for (const auto& [bracelet, bootloader] : cases) {

@@ -84,7 +84,7 @@ TEST(RM830UpdateSwitch, BraceletLeavesTheAirAndItsBootloaderTakesItsPlace) {
     EXPECT_EQ(lab.recorder->lines(), Lines{"disconnect J-Style error 5"});
     EXPECT_FALSE(bench.rm830.bracelet->isPresent());
     EXPECT_TRUE(bench.bootloader->isPresent());
-    EXPECT_EQ(bench.bootloader->identifier(), "B8300000-0000-4000-8000-000000000831");
+    EXPECT_EQ(bench.bootloader->identifier(), "B8300000-0000-4000-8000-DF0000000830");
     EXPECT_EQ(lab.radio->peripheral(bench.bootloader->identifier()), bench.bootloader);
     EXPECT_EQ(bench.bootloader->state(), State::WaitingForStart);
 

@@ -20,15 +20,11 @@ namespace {
 constexpr double kRestartSeconds = 15;
 /// The kit asks for the updater 3 s after the switch and gives the search 30 s.
 constexpr double kUpdaterSearchSeconds = 40;
+/// After activation the bracelet restarts into the new firmware; it is looked for again this much later.
+constexpr double kComeBackSeconds = 2;
 /// An update that reports nothing for this long has stalled (a bootloader that stops answering resets
 /// itself and drops the link well before).
 constexpr double kStallSeconds = 90;
-
-std::string rateText(double bytes, double seconds) {
-    if (seconds <= 0) return "-";
-    const double rate = bytes / seconds;
-    return rate >= 1000 ? format("%.1f kB/s", rate / 1000) : format("%.0f B/s", rate);
-}
 
 /// The image the kit will send: FILE put in the kit's place, or the kit's own. Throws with a one-line
 /// reason when there is none or it holds no image.
@@ -53,21 +49,23 @@ HexImage checkImage(Session& session, const std::optional<std::string>& hexPath)
     return image;
 }
 
-/// Connects the bracelet and says whether it is switching to update mode (its firmware is older).
-bool braceletNeedsUpdate(Session& session, double timeout) {
+/// Connects the bracelet and returns its version; an older one is switching to update mode when this
+/// returns.
+RM830UpdateResult::Version braceletVersion(Session& session, double timeout) {
     RM830Session bracelet(session, timeout, true);
-    if (bracelet.current()) {
-        session.printer().event({{"event", "update"}, {"version", bracelet.version()}, {"updated", false}},
-                                "firmware " + bracelet.version() + " is current: nothing to update");
-        return false;
+    const RM830UpdateResult::Version version{bracelet.version(), bracelet.current()};
+    if (version.current) {
+        session.printer().event({{"event", "update"}, {"version", version.text}, {"updated", false}},
+                                "firmware " + version.text + " is current: nothing to update");
+        return version;
     }
-    session.printer().event({{"event", "update-mode"}, {"version", bracelet.version()}},
-                            "firmware " + bracelet.version() + " is older than the kit's: the bracelet restarts "
+    session.printer().event({{"event", "update-mode"}, {"version", version.text}},
+                            "firmware " + version.text + " is older than the kit's: the bracelet restarts "
                             "into its updater");
     // The switch goes out after the opening exchange; the bracelet then leaves by itself.
     session.waitUntil([&] { return !session.manager().driverForKind(DeviceTypeBraceletRM830); },
                       seconds(kRestartSeconds));
-    return true;
+    return version;
 }
 
 /// Follows the update from the updater's connection to its outcome, drawing the progress bar.
@@ -116,6 +114,42 @@ std::string versionAfterRestart(Session& session, double timeout) {
 
 }  // namespace
 
+RM830UpdateResult updateRM830Firmware(Session& session, double timeout) {
+    RM830UpdateResult result;
+    auto watcher = std::make_shared<FirmwareUpdateWatcher>();
+    session.manager().setFirmwareUpdateObserver(watcher);
+    result.before = braceletVersion(session, timeout);
+    if (result.before.current) return result;
+
+    Duration uploadTime{};
+    const auto outcome = followUpdate(session, *watcher, uploadTime);
+    session.manager().setFirmwareUpdateObserver({});
+    if (!outcome.succeeded) throw CliError(ExitDeviceError, "firmware update failed: " + outcome.errorText);
+    result.bytes = outcome.bytesSent;
+    result.seconds = std::chrono::duration<double>(uploadTime).count();
+    session.printer().event({{"event", "uploaded"},
+                             {"bytes", result.bytes},
+                             {"seconds", result.seconds},
+                             {"bytesPerSecond", result.bytesPerSecond()}},
+                            format("image sent and validated: %llu bytes in %.1f s (%s)",
+                                   static_cast<unsigned long long>(result.bytes), result.seconds,
+                                   rateText(static_cast<double>(result.bytes), result.seconds).c_str()));
+
+    // The bootloader activates the image and restarts the bracelet; it comes back with the new firmware.
+    session.pass(halvora::seconds(kComeBackSeconds));
+    result.after = versionAfterRestart(session, timeout);
+    result.updated = true;
+    session.printer().event({{"event", "update"}, {"version", result.after}, {"updated", true}},
+                            "the bracelet is back with firmware " + result.after);
+    return result;
+}
+
+std::string rateText(double bytes, double seconds) {
+    if (seconds <= 0) return "-";
+    const double rate = bytes / seconds;
+    return rate >= 1000 ? format("%.1f kB/s", rate / 1000) : format("%.0f B/s", rate);
+}
+
 int runRM830Update(Session& session, const std::optional<std::string>& hexPath, double timeout) {
     const HexImage image = checkImage(session, hexPath);
     session.printer().event({{"event", "image"},
@@ -124,27 +158,7 @@ int runRM830Update(Session& session, const std::optional<std::string>& hexPath, 
                              {"packets", image.summary.packets}},
                             format("image %s: %zu bytes in %zu packets", image.path.filename().c_str(),
                                    image.summary.imageSize, image.summary.packets));
-    auto watcher = std::make_shared<FirmwareUpdateWatcher>();
-    session.manager().setFirmwareUpdateObserver(watcher);
-    if (!braceletNeedsUpdate(session, timeout)) return ExitOk;
-
-    Duration uploadTime{};
-    const auto outcome = followUpdate(session, *watcher, uploadTime);
-    if (!outcome.succeeded) throw CliError(ExitDeviceError, "firmware update failed: " + outcome.errorText);
-    const double seconds = std::chrono::duration<double>(uploadTime).count();
-    session.printer().event({{"event", "uploaded"},
-                             {"bytes", outcome.bytesSent},
-                             {"seconds", seconds},
-                             {"bytesPerSecond", seconds > 0 ? static_cast<double>(outcome.bytesSent) / seconds : 0.0}},
-                            format("image sent and validated: %llu bytes in %.1f s (%s)",
-                                   static_cast<unsigned long long>(outcome.bytesSent), seconds,
-                                   rateText(static_cast<double>(outcome.bytesSent), seconds).c_str()));
-
-    // The bootloader activates the image and restarts the bracelet; it comes back with the new firmware.
-    session.pass(halvora::seconds(2));
-    const std::string version = versionAfterRestart(session, timeout);
-    session.printer().event({{"event", "update"}, {"version", version}, {"updated", true}},
-                            "the bracelet is back with firmware " + version);
+    updateRM830Firmware(session, timeout);
     return ExitOk;
 }
 
