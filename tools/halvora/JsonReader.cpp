@@ -15,6 +15,28 @@ void JsonReader::fail(const std::string& key, const std::string& what) const {
 
 int JsonReader::integer(const std::string& key, int fallback) const { return optionalInteger(key).value_or(fallback); }
 
+int JsonReader::integerIn(const std::string& key, int fallback, int low, int high) const {
+    const int value = integer(key, fallback);
+    if (value < low || value > high) fail(key, "expected " + std::to_string(low) + " to " + std::to_string(high));
+    return value;
+}
+
+Duration JsonReader::millisecondsIn(const std::string& key, Duration fallback, int low, int high) const {
+    const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(fallback).count();
+    return std::chrono::milliseconds(integerIn(key, static_cast<int>(ms), low, high));
+}
+
+std::vector<JsonReader> JsonReader::objects(const std::string& key) const {
+    std::vector<JsonReader> out;
+    if (!has(key)) return out;
+    const auto& list = value(key);
+    if (!list.is_array()) fail(key, "expected a list of objects");
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        out.emplace_back(list[i], where_ + "." + key + "[" + std::to_string(i) + "]");
+    }
+    return out;
+}
+
 std::optional<int> JsonReader::optionalInteger(const std::string& key) const {
     if (!has(key) || value(key).is_null()) return std::nullopt;
     const auto& v = value(key);

@@ -2,10 +2,12 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
 #include "CliError.hpp"
+#include "halvora/Runtime/Task.hpp"
 
 namespace halvora::cli {
 
@@ -22,8 +24,14 @@ public:
     bool boolean(const std::string& key, bool fallback) const;
     std::string text(const std::string& key, const std::string& fallback) const;
     std::optional<std::string> optionalText(const std::string& key) const;
+    /// An integer from `low` to `high` (the fallback when absent); fails naming the range otherwise.
+    int integerIn(const std::string& key, int fallback, int low, int high) const;
+    /// A duration given in whole milliseconds from `low` to `high` (the fallback when absent).
+    Duration millisecondsIn(const std::string& key, Duration fallback, int low, int high) const;
     /// A sub-object (an empty one when absent).
     JsonReader object(const std::string& key) const;
+    /// The elements of a list of objects, each read with its own path ("...days[2]"); none when absent.
+    std::vector<JsonReader> objects(const std::string& key) const;
     const nlohmann::json& json() const { return object_; }
     const std::string& where() const { return where_; }
     /// Fails for keys not in `known`: a misspelt field should not be ignored silently.

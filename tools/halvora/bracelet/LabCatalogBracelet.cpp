@@ -53,17 +53,6 @@ constexpr std::size_t kMaxVersionLength = 64;
 constexpr std::size_t kMaxEventLength = 200;
 constexpr int kMaxHostileBytes = 16 * 1024 * 1024;
 
-int bounded(const JsonReader& script, const char* key, int fallback, int low, int high) {
-    const int value = script.integer(key, fallback);
-    if (value < low || value > high) script.fail(key, format("expected %d to %d", low, high));
-    return value;
-}
-
-Duration milliseconds(const JsonReader& script, const char* key, Duration fallback, int high) {
-    const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(fallback).count();
-    return std::chrono::milliseconds(bounded(script, key, static_cast<int>(ms), 0, high));
-}
-
 /// A short text of printable ASCII: it goes out inside one answer line.
 std::string printable(const JsonReader& script, const char* key, const std::string& fallback, std::size_t limit) {
     std::string text = script.text(key, fallback);
@@ -83,18 +72,6 @@ lab::BraceletTime timeField(const JsonReader& reader, const char* key) {
     return *time;
 }
 
-/// The elements of a list, each as an object read with its own path ("...history[2]").
-std::vector<JsonReader> objects(const JsonReader& script, const char* key) {
-    std::vector<JsonReader> out;
-    if (!script.has(key)) return out;
-    const auto& list = script.json()[key];
-    if (!list.is_array()) script.fail(key, "expected a list of objects");
-    for (std::size_t i = 0; i < list.size(); ++i) {
-        out.emplace_back(list[i], script.where() + "." + key + "[" + std::to_string(i) + "]");
-    }
-    return out;
-}
-
 lab::BraceletRecord readRecord(const JsonReader& record) {
     record.rejectUnknown({"type", "at", "value", "flag"});
     const auto typeName = record.optionalText("type");
@@ -104,32 +81,32 @@ lab::BraceletRecord readRecord(const JsonReader& record) {
     out.type = *type;
     out.at = timeField(record, "at");
     if (!record.has("value")) record.fail("value", "missing: a number from 0 to 65535");
-    out.value = bounded(record, "value", 0, 0, 0xFFFF);
+    out.value = record.integerIn("value", 0, 0, 0xFFFF);
     const int defaultFlag = out.type == lab::BraceletRecordType::Sleep ? lab::BraceletRecord::kSleepFlag : 0;
-    out.flag = bounded(record, "flag", defaultFlag, 0, 3);
+    out.flag = record.integerIn("flag", defaultFlag, 0, 3);
     return out;
 }
 
 std::vector<lab::BraceletEvent> readEvents(const JsonReader& script) {
     std::vector<lab::BraceletEvent> events;
-    for (const auto& event : objects(script, "events")) {
+    for (const auto& event : script.objects("events")) {
         event.rejectUnknown({"atMs", "text"});
         if (!event.has("text")) event.fail("text", "missing: the line to send, like \"NT+RUN:1\"");
         events.push_back(
-            {milliseconds(event, "atMs", Duration::zero(), 86400000), printable(event, "text", "", kMaxEventLength)});
+            {event.millisecondsIn("atMs", Duration::zero(), 0, 86400000), printable(event, "text", "", kMaxEventLength)});
     }
     return events;
 }
 
 std::vector<lab::BraceletRecord> readHistory(const JsonReader& script) {
     std::vector<lab::BraceletRecord> history;
-    for (const auto& record : objects(script, "history")) history.push_back(readRecord(record));
+    for (const auto& record : script.objects("history")) history.push_back(readRecord(record));
     if (script.has("seededHistory")) {
         const JsonReader seeded = script.object("seededHistory");
         seeded.rejectUnknown({"days", "end", "seed"});
-        const int days = bounded(seeded, "days", 3, 1, kMaxSeededDays);
+        const int days = seeded.integerIn("days", 3, 1, kMaxSeededDays);
         const auto end = timeField(seeded, "end");
-        const auto seed = static_cast<std::uint64_t>(bounded(seeded, "seed", 1, 0, std::numeric_limits<int>::max()));
+        const auto seed = static_cast<std::uint64_t>(seeded.integerIn("seed", 1, 0, std::numeric_limits<int>::max()));
         const auto records = lab::BraceletHistory::seeded(days, end, seed);
         history.insert(history.end(), records.begin(), records.end());
     }
@@ -137,7 +114,7 @@ std::vector<lab::BraceletRecord> readHistory(const JsonReader& script) {
         const JsonReader large = script.object("largeHistory");
         large.rejectUnknown({"items", "end"});
         if (!large.has("items")) large.fail("items", "missing: how many records");
-        const int items = bounded(large, "items", 1, 1, kMaxLargeItems);
+        const int items = large.integerIn("items", 1, 1, kMaxLargeItems);
         const auto records = lab::BraceletHistory::large(static_cast<std::size_t>(items), timeField(large, "end"));
         history.insert(history.end(), records.begin(), records.end());
     }
@@ -166,18 +143,18 @@ lab::BraceletFaults readFaults(const JsonReader& faults) {
         }
     }
     if (faults.has("loseAnswerToCommand")) {
-        out.loseAnswerToCommand = bounded(faults, "loseAnswerToCommand", 1, 1, std::numeric_limits<int>::max());
+        out.loseAnswerToCommand = faults.integerIn("loseAnswerToCommand", 1, 1, std::numeric_limits<int>::max());
     }
-    if (faults.has("cutPackage")) out.cutPackage = bounded(faults, "cutPackage", 1, 1, std::numeric_limits<int>::max());
+    if (faults.has("cutPackage")) out.cutPackage = faults.integerIn("cutPackage", 1, 1, std::numeric_limits<int>::max());
     out.cutPackageBytes =
-        static_cast<std::size_t>(bounded(faults, "cutPackageBytes", static_cast<int>(out.cutPackageBytes), 0, 100000));
+        static_cast<std::size_t>(faults.integerIn("cutPackageBytes", static_cast<int>(out.cutPackageBytes), 0, 100000));
     out.sixFieldHeader = faults.boolean("sixFieldHeader", out.sixFieldHeader);
-    out.trailingBytes = static_cast<std::size_t>(bounded(faults, "trailingBytes", 0, 0, 1000));
+    out.trailingBytes = static_cast<std::size_t>(faults.integerIn("trailingBytes", 0, 0, 1000));
     out.hostile = readHostile(faults);
     out.oversizedLength =
-        bounded(faults, "oversizedLength", static_cast<int>(out.oversizedLength), 0, std::numeric_limits<int>::max());
+        faults.integerIn("oversizedLength", static_cast<int>(out.oversizedLength), 0, std::numeric_limits<int>::max());
     out.hostileBytes = static_cast<std::size_t>(
-        bounded(faults, "hostileBytes", static_cast<int>(out.hostileBytes), 1, kMaxHostileBytes));
+        faults.integerIn("hostileBytes", static_cast<int>(out.hostileBytes), 1, kMaxHostileBytes));
     return out;
 }
 
@@ -187,15 +164,15 @@ lab::BraceletScript readBraceletScript(const JsonReader& script) {
                           "faults"});
     lab::BraceletScript out;
     out.version = printable(script, "version", out.version, kMaxVersionLength);
-    out.battery = bounded(script, "battery", out.battery, 0, 100);
-    out.steps = bounded(script, "steps", out.steps, 0, 99999999);
-    out.heartRate = bounded(script, "heartRate", out.heartRate, 0, 255);
-    out.heartDelay = milliseconds(script, "heartDelayMs", out.heartDelay, 600000);
+    out.battery = script.integerIn("battery", out.battery, 0, 100);
+    out.steps = script.integerIn("steps", out.steps, 0, 99999999);
+    out.heartRate = script.integerIn("heartRate", out.heartRate, 0, 255);
+    out.heartDelay = script.millisecondsIn("heartDelayMs", out.heartDelay, 0, 600000);
     out.heartFails = script.boolean("heartFails", out.heartFails);
     out.bondRefused = script.boolean("bondRefused", out.bondRefused);
     out.itemsPerPackage = static_cast<std::size_t>(
-        bounded(script, "itemsPerPackage", static_cast<int>(out.itemsPerPackage), 1, kMaxItemsPerPackage));
-    out.notificationGap = milliseconds(script, "notificationGapMs", out.notificationGap, 60000);
+        script.integerIn("itemsPerPackage", static_cast<int>(out.itemsPerPackage), 1, kMaxItemsPerPackage));
+    out.notificationGap = script.millisecondsIn("notificationGapMs", out.notificationGap, 0, 60000);
     out.events = readEvents(script);
     out.history = readHistory(script);
     out.faults = readFaults(script.object("faults"));

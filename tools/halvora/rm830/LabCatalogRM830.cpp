@@ -68,6 +68,7 @@
 
 #include "JsonReader.hpp"
 #include "LabCatalog.hpp"
+#include "BraceletTimeField.hpp"
 #include "halvora/Core/Format.hpp"
 #include "lab/Devices/RM830/VirtualRM830.hpp"
 
@@ -84,8 +85,6 @@ constexpr int kMaxIntervalMs = 600000;
 constexpr int kMaxSpread = 100;
 constexpr int kMaxGapMs = 60000;
 constexpr int kMaxCutLength = 19;
-constexpr int kFirstYear = 2000;
-constexpr int kLastYear = 2099;
 constexpr int kQuarterMinutes = 15;
 constexpr std::size_t kMaxDfuVersionBytes = 20;
 constexpr int kMinInactivityMs = 100;
@@ -93,40 +92,6 @@ constexpr int kMaxInactivityMs = 600000;
 constexpr int kMaxSwitchDelayMs = 10000;
 constexpr int kMaxRestartDelayMs = 60000;
 constexpr int kMaxStatus = 255;
-
-int bounded(const JsonReader& reader, const char* key, int fallback, int low, int high) {
-    const int value = reader.integer(key, fallback);
-    if (value < low || value > high) reader.fail(key, format("expected %d to %d", low, high));
-    return value;
-}
-
-Duration milliseconds(const JsonReader& reader, const char* key, Duration fallback, int low, int high) {
-    const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(fallback).count();
-    return std::chrono::milliseconds(bounded(reader, key, static_cast<int>(ms), low, high));
-}
-
-lab::BraceletTime timeField(const JsonReader& reader, const char* key) {
-    const auto text = reader.optionalText(key);
-    if (!text) reader.fail(key, "missing: a time like \"2026-11-20 08:00\"");
-    const auto time = lab::BraceletTime::parse(*text);
-    if (!time) reader.fail(key, "expected a time like \"2026-11-20 08:00\" or \"2026-11-20 08:00:30\"");
-    if (time->year < kFirstYear || time->year > kLastYear) {
-        reader.fail(key, "expected a time from 2000-01-01 00:00 to 2099-12-31 23:59:59");
-    }
-    return *time;
-}
-
-/// The elements of a list, each as an object read with its own path ("...days[2]").
-std::vector<JsonReader> objects(const JsonReader& reader, const char* key) {
-    std::vector<JsonReader> out;
-    if (!reader.has(key)) return out;
-    const auto& list = reader.json()[key];
-    if (!list.is_array()) reader.fail(key, "expected a list of objects");
-    for (std::size_t i = 0; i < list.size(); ++i) {
-        out.emplace_back(list[i], reader.where() + "." + key + "[" + std::to_string(i) + "]");
-    }
-    return out;
-}
 
 /// A list of at most `limit` numbers from 0 to 255.
 std::vector<std::uint8_t> byteList(const JsonReader& reader, const char* key, std::size_t limit) {
@@ -198,19 +163,19 @@ lab::RM830Quarter readQuarter(const JsonReader& quarter) {
         std::copy(counts.begin(), counts.end(), movement.begin());
         return lab::RM830Quarter::sleep(index, movement);
     }
-    return lab::RM830Quarter::activity(index, bounded(quarter, "steps", 0, 0, kMax16Bits),
-                                       bounded(quarter, "calories", 0, 0, kMax16Bits),
-                                       bounded(quarter, "distance", 0, 0, kMax16Bits));
+    return lab::RM830Quarter::activity(index, quarter.integerIn("steps", 0, 0, kMax16Bits),
+                                       quarter.integerIn("calories", 0, 0, kMax16Bits),
+                                       quarter.integerIn("distance", 0, 0, kMax16Bits));
 }
 
 std::vector<lab::RM830Day> readDays(const JsonReader& script) {
     std::vector<lab::RM830Day> days;
-    for (const auto& day : objects(script, "days")) {
+    for (const auto& day : script.objects("days")) {
         day.rejectUnknown({"daysAgo", "quarters"});
         if (!day.has("daysAgo")) day.fail("daysAgo", "missing: 0 for today, 1 for yesterday, ...");
         lab::RM830Day out;
-        out.daysAgo = bounded(day, "daysAgo", 0, 0, lab::VirtualRM830::kMaxDaysAgo);
-        for (const auto& quarter : objects(day, "quarters")) out.quarters.push_back(readQuarter(quarter));
+        out.daysAgo = day.integerIn("daysAgo", 0, 0, lab::VirtualRM830::kMaxDaysAgo);
+        for (const auto& quarter : day.objects("quarters")) out.quarters.push_back(readQuarter(quarter));
         days.push_back(std::move(out));
     }
     return days;
@@ -218,13 +183,13 @@ std::vector<lab::RM830Day> readDays(const JsonReader& script) {
 
 std::vector<lab::RM830HeartPacket> readHeartHistory(const JsonReader& script) {
     std::vector<lab::RM830HeartPacket> packets;
-    const auto entries = objects(script, "heartHistory");
+    const auto entries = script.objects("heartHistory");
     if (entries.size() > lab::VirtualRM830::kMaxHeartPackets)
         script.fail("heartHistory", format("expected at most %d packets", lab::VirtualRM830::kMaxHeartPackets));
     for (const auto& entry : entries) {
         entry.rejectUnknown({"start", "readings"});
         lab::RM830HeartPacket packet;
-        packet.start = timeField(entry, "start");
+        packet.start = readTwoDigitYearTime(entry, "start");
         const auto readings = byteList(entry, "readings", lab::RM830HeartPacket::kReadings);
         std::copy(readings.begin(), readings.end(), packet.readings.begin());
         packets.push_back(packet);
@@ -239,12 +204,12 @@ lab::RM830Faults readFaults(const JsonReader& faults) {
     out.failCodes = codeList(faults, "failCodes");
     out.loseAnswersTo = codeList(faults, "loseAnswersTo");
     if (faults.has("loseAnswerToCommand")) {
-        out.loseAnswerToCommand = bounded(faults, "loseAnswerToCommand", 1, 1, std::numeric_limits<int>::max());
+        out.loseAnswerToCommand = faults.integerIn("loseAnswerToCommand", 1, 1, std::numeric_limits<int>::max());
     }
     out.endlessHeartHistory = faults.boolean("endlessHeartHistory", out.endlessHeartHistory);
-    out.strayDayFrames = bounded(faults, "strayDayFrames", 0, 0, lab::VirtualRM830::kMaxStrayDayFrames);
+    out.strayDayFrames = faults.integerIn("strayDayFrames", 0, 0, lab::VirtualRM830::kMaxStrayDayFrames);
     if (faults.has("cutAnswersTo")) {
-        out.cutAnswersTo = static_cast<std::size_t>(bounded(faults, "cutAnswersTo", 0, 0, kMaxCutLength));
+        out.cutAnswersTo = static_cast<std::size_t>(faults.integerIn("cutAnswersTo", 0, 0, kMaxCutLength));
     }
     out.cutAnswerCodes = codeList(faults, "cutAnswerCodes");
     return out;
@@ -252,7 +217,7 @@ lab::RM830Faults readFaults(const JsonReader& faults) {
 
 std::optional<std::uint8_t> status(const JsonReader& faults, const char* key) {
     if (!faults.has(key)) return std::nullopt;
-    return static_cast<std::uint8_t>(bounded(faults, key, 0, 0, kMaxStatus));
+    return static_cast<std::uint8_t>(faults.integerIn(key, 0, 0, kMaxStatus));
 }
 
 lab::RM830UpdaterFaults readUpdaterFaults(const JsonReader& faults) {
@@ -266,11 +231,11 @@ lab::RM830UpdaterFaults readUpdaterFaults(const JsonReader& faults) {
     out.validateStatus = status(faults, "validateStatus");
     out.crcError = faults.boolean("crcError", out.crcError);
     if (faults.has("loseReceipt")) {
-        out.loseReceipt = bounded(faults, "loseReceipt", 1, 1, std::numeric_limits<int>::max());
+        out.loseReceipt = faults.integerIn("loseReceipt", 1, 1, std::numeric_limits<int>::max());
     }
     if (faults.has("dropLinkAfterBytes")) {
         out.dropLinkAfterBytes =
-            static_cast<std::size_t>(bounded(faults, "dropLinkAfterBytes", 0, 0, std::numeric_limits<int>::max()));
+            static_cast<std::size_t>(faults.integerIn("dropLinkAfterBytes", 0, 0, std::numeric_limits<int>::max()));
     }
     return out;
 }
@@ -284,9 +249,9 @@ lab::RM830UpdaterScript readUpdater(const JsonReader& updater) {
     if (!lab::VirtualRM830::versionBytes(out.versionAfterUpdate)) {
         updater.fail("versionAfterUpdate", "expected four numbers from -128 to 127 like \"54.51.56.1\"");
     }
-    out.inactivityTime = milliseconds(updater, "inactivityMs", out.inactivityTime, kMinInactivityMs, kMaxInactivityMs);
-    out.switchDelay = milliseconds(updater, "switchDelayMs", out.switchDelay, 0, kMaxSwitchDelayMs);
-    out.restartDelay = milliseconds(updater, "restartDelayMs", out.restartDelay, 0, kMaxRestartDelayMs);
+    out.inactivityTime = updater.millisecondsIn("inactivityMs", out.inactivityTime, kMinInactivityMs, kMaxInactivityMs);
+    out.switchDelay = updater.millisecondsIn("switchDelayMs", out.switchDelay, 0, kMaxSwitchDelayMs);
+    out.restartDelay = updater.millisecondsIn("restartDelayMs", out.restartDelay, 0, kMaxRestartDelayMs);
     out.faults = readUpdaterFaults(updater.object("faults"));
     return out;
 }
@@ -301,25 +266,25 @@ lab::RM830Script readRM830Script(const JsonReader& script) {
     if (!lab::VirtualRM830::versionBytes(out.version)) {
         script.fail("version", "expected four numbers from -128 to 127 like \"54.51.56.1\"");
     }
-    if (script.has("clock")) out.clock = timeField(script, "clock");
-    out.steps = bounded(script, "steps", out.steps, 0, kMax24Bits);
-    out.calories = bounded(script, "calories", out.calories, 0, kMax24Bits);
-    out.distance = bounded(script, "distance", out.distance, 0, kMax24Bits);
-    out.stepsPerUpdate = bounded(script, "stepsPerUpdate", out.stepsPerUpdate, 0, kMaxStepsPerUpdate);
-    out.caloriesPerStep = bounded(script, "caloriesPerStep", out.caloriesPerStep, 0, kMaxCaloriesPerStep);
+    if (script.has("clock")) out.clock = readTwoDigitYearTime(script, "clock");
+    out.steps = script.integerIn("steps", out.steps, 0, kMax24Bits);
+    out.calories = script.integerIn("calories", out.calories, 0, kMax24Bits);
+    out.distance = script.integerIn("distance", out.distance, 0, kMax24Bits);
+    out.stepsPerUpdate = script.integerIn("stepsPerUpdate", out.stepsPerUpdate, 0, kMaxStepsPerUpdate);
+    out.caloriesPerStep = script.integerIn("caloriesPerStep", out.caloriesPerStep, 0, kMaxCaloriesPerStep);
     out.realTimeInterval =
-        milliseconds(script, "realTimeIntervalMs", out.realTimeInterval, kMinIntervalMs, kMaxIntervalMs);
-    out.heartRate = bounded(script, "heartRate", out.heartRate, 1, 255);
-    out.heartRateSpread = bounded(script, "heartRateSpread", out.heartRateSpread, 0, kMaxSpread);
+        script.millisecondsIn("realTimeIntervalMs", out.realTimeInterval, kMinIntervalMs, kMaxIntervalMs);
+    out.heartRate = script.integerIn("heartRate", out.heartRate, 1, 255);
+    out.heartRateSpread = script.integerIn("heartRateSpread", out.heartRateSpread, 0, kMaxSpread);
     out.heartRateInterval =
-        milliseconds(script, "heartRateIntervalMs", out.heartRateInterval, kMinIntervalMs, kMaxIntervalMs);
+        script.millisecondsIn("heartRateIntervalMs", out.heartRateInterval, kMinIntervalMs, kMaxIntervalMs);
     out.days = readDays(script);
-    out.seededDays = bounded(script, "seededDays", out.seededDays, 0, lab::VirtualRM830::kMaxDaysAgo);
-    out.seed = static_cast<std::uint64_t>(bounded(script, "seed", 1, 0, std::numeric_limits<int>::max()));
+    out.seededDays = script.integerIn("seededDays", out.seededDays, 0, lab::VirtualRM830::kMaxDaysAgo);
+    out.seed = static_cast<std::uint64_t>(script.integerIn("seed", 1, 0, std::numeric_limits<int>::max()));
     out.heartHistory = readHeartHistory(script);
     out.seededHeartPackets =
-        bounded(script, "seededHeartPackets", out.seededHeartPackets, 0, lab::VirtualRM830::kMaxHeartPackets);
-    out.notificationGap = milliseconds(script, "notificationGapMs", out.notificationGap, 0, kMaxGapMs);
+        script.integerIn("seededHeartPackets", out.seededHeartPackets, 0, lab::VirtualRM830::kMaxHeartPackets);
+    out.notificationGap = script.millisecondsIn("notificationGapMs", out.notificationGap, 0, kMaxGapMs);
     out.faults = readFaults(script.object("faults"));
     out.updater = readUpdater(script.object("updater"));
     return out;

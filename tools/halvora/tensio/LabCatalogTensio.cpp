@@ -47,6 +47,7 @@
 
 #include "JsonReader.hpp"
 #include "LabCatalog.hpp"
+#include "BraceletTimeField.hpp"
 #include "halvora/Core/Format.hpp"
 #include "lab/Devices/Tensio/VirtualTensioBracelet.hpp"
 
@@ -61,8 +62,6 @@ constexpr int kMaxHold = 15;
 constexpr int kMinIntervalMs = 10;
 constexpr int kMaxPressureIntervalMs = 60000;
 constexpr int kMaxStrayIntervalMs = 600000;
-constexpr int kFirstYear = 2000;
-constexpr int kLastYear = 2099;
 
 const std::array<std::pair<const char*, lab::TensioCommand>, 12> kCommandNames = {{
     {"startMeasurement", lab::TensioCommand::StartMeasurement},
@@ -84,40 +83,6 @@ const std::array<std::pair<const char*, lab::TensioError::Kind>, 3> kErrorKinds 
     {"frame", lab::TensioError::Kind::Frame},
     {"device", lab::TensioError::Kind::Device},
 }};
-
-int bounded(const JsonReader& reader, const char* key, int fallback, int low, int high) {
-    const int value = reader.integer(key, fallback);
-    if (value < low || value > high) reader.fail(key, format("expected %d to %d", low, high));
-    return value;
-}
-
-Duration milliseconds(const JsonReader& reader, const char* key, Duration fallback, int low, int high) {
-    const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(fallback).count();
-    return std::chrono::milliseconds(bounded(reader, key, static_cast<int>(ms), low, high));
-}
-
-lab::BraceletTime timeField(const JsonReader& reader, const char* key) {
-    const auto text = reader.optionalText(key);
-    if (!text) reader.fail(key, "missing: a time like \"2026-11-20 08:00\"");
-    const auto time = lab::BraceletTime::parse(*text);
-    if (!time) reader.fail(key, "expected a time like \"2026-11-20 08:00\" or \"2026-11-20 08:00:30\"");
-    if (time->year < kFirstYear || time->year > kLastYear) {
-        reader.fail(key, "expected a time from 2000-01-01 00:00 to 2099-12-31 23:59:59");
-    }
-    return *time;
-}
-
-/// The elements of a list, each as an object read with its own path ("...readings[2]").
-std::vector<JsonReader> objects(const JsonReader& reader, const char* key) {
-    std::vector<JsonReader> out;
-    if (!reader.has(key)) return out;
-    const auto& list = reader.json()[key];
-    if (!list.is_array()) reader.fail(key, "expected a list of objects");
-    for (std::size_t i = 0; i < list.size(); ++i) {
-        out.emplace_back(list[i], reader.where() + "." + key + "[" + std::to_string(i) + "]");
-    }
-    return out;
-}
 
 /// The value a name stands for in `names`, or a failure listing them.
 template <typename Value, std::size_t N>
@@ -156,13 +121,13 @@ lab::TensioError errorFields(const JsonReader& error, std::vector<std::string> k
     if (!error.has("code")) error.fail("code", "missing: the sub-code, 0 to 255");
     lab::TensioError out;
     out.kind = named(error, "kind", error.json()["kind"], kErrorKinds);
-    out.code = static_cast<std::uint8_t>(bounded(error, "code", 0, 0, kMaxByte));
+    out.code = static_cast<std::uint8_t>(error.integerIn("code", 0, 0, kMaxByte));
     return out;
 }
 
 std::vector<lab::TensioReading> readReadings(const JsonReader& script) {
     std::vector<lab::TensioReading> readings;
-    const auto entries = objects(script, "readings");
+    const auto entries = script.objects("readings");
     if (entries.size() > lab::VirtualTensioBracelet::kMaxStoredReadings) {
         script.fail("readings",
                     format("expected at most %zu measurements", lab::VirtualTensioBracelet::kMaxStoredReadings));
@@ -173,11 +138,11 @@ std::vector<lab::TensioReading> readReadings(const JsonReader& script) {
             if (!entry.has(key)) entry.fail(key, "missing");
         }
         lab::TensioReading reading;
-        reading.date = timeField(entry, "date");
-        reading.systolic = bounded(entry, "systolic", 0, 0, kMaxTwoBytes);
-        reading.diastolic = bounded(entry, "diastolic", 0, 0, kMaxByte);
-        reading.pulse = bounded(entry, "pulse", 0, 0, kMaxByte);
-        reading.irregular = bounded(entry, "irregular", 0, 0, kMaxByte);
+        reading.date = readTwoDigitYearTime(entry, "date");
+        reading.systolic = entry.integerIn("systolic", 0, 0, kMaxTwoBytes);
+        reading.diastolic = entry.integerIn("diastolic", 0, 0, kMaxByte);
+        reading.pulse = entry.integerIn("pulse", 0, 0, kMaxByte);
+        reading.irregular = entry.integerIn("irregular", 0, 0, kMaxByte);
         readings.push_back(reading);
     }
     return readings;
@@ -186,15 +151,15 @@ std::vector<lab::TensioReading> readReadings(const JsonReader& script) {
 lab::TensioFaults readFaults(const JsonReader& faults) {
     faults.rejectUnknown({"refuse", "loseAnswersTo", "loseAnswerToCommand", "strayEveryMs"});
     lab::TensioFaults out;
-    for (const auto& refusal : objects(faults, "refuse")) {
+    for (const auto& refusal : faults.objects("refuse")) {
         out.refusals.push_back({commandField(refusal, "command"), errorFields(refusal, {"command"})});
     }
     out.loseAnswersTo = commandList(faults, "loseAnswersTo");
     if (faults.has("loseAnswerToCommand")) {
-        out.loseAnswerToCommand = bounded(faults, "loseAnswerToCommand", 1, 1, std::numeric_limits<int>::max());
+        out.loseAnswerToCommand = faults.integerIn("loseAnswerToCommand", 1, 1, std::numeric_limits<int>::max());
     }
     if (faults.has("strayEveryMs")) {
-        out.strayEvery = milliseconds(faults, "strayEveryMs", {}, kMinIntervalMs, kMaxStrayIntervalMs);
+        out.strayEvery = faults.millisecondsIn("strayEveryMs", {}, kMinIntervalMs, kMaxStrayIntervalMs);
     }
     return out;
 }
@@ -211,25 +176,25 @@ lab::TensioScript readTensioScript(const JsonReader& script) {
                           "measurementError", "inflateTo", "deflateTo", "pressureStep", "pressureIntervalMs", "battery",
                           "unit", "hold", "faults"});
     lab::TensioScript out;
-    if (script.has("clock")) out.clock = timeField(script, "clock");
+    if (script.has("clock")) out.clock = readTwoDigitYearTime(script, "clock");
     out.readings = readReadings(script);
-    out.seededReadings = bounded(script, "seededReadings", out.seededReadings, 0,
+    out.seededReadings = script.integerIn("seededReadings", out.seededReadings, 0,
                                  static_cast<int>(lab::VirtualTensioBracelet::kMaxStoredReadings));
-    out.seed = static_cast<std::uint64_t>(bounded(script, "seed", 1, 0, std::numeric_limits<int>::max()));
-    out.systolic = bounded(script, "systolic", out.systolic, 0, kMaxTwoBytes);
-    out.diastolic = bounded(script, "diastolic", out.diastolic, 0, kMaxByte);
-    out.pulse = bounded(script, "pulse", out.pulse, 0, kMaxByte);
-    out.irregular = bounded(script, "irregular", out.irregular, 0, kMaxByte);
+    out.seed = static_cast<std::uint64_t>(script.integerIn("seed", 1, 0, std::numeric_limits<int>::max()));
+    out.systolic = script.integerIn("systolic", out.systolic, 0, kMaxTwoBytes);
+    out.diastolic = script.integerIn("diastolic", out.diastolic, 0, kMaxByte);
+    out.pulse = script.integerIn("pulse", out.pulse, 0, kMaxByte);
+    out.irregular = script.integerIn("irregular", out.irregular, 0, kMaxByte);
     if (script.has("measurementError")) out.measurementError = errorFields(script.object("measurementError"), {});
     const int top = lab::TensioScript::kMaxCuffPressure;
-    out.inflateTo = bounded(script, "inflateTo", out.inflateTo, 1, top);
-    out.deflateTo = bounded(script, "deflateTo", std::min(out.deflateTo, out.inflateTo), 1, out.inflateTo);
-    out.pressureStep = bounded(script, "pressureStep", out.pressureStep, 1, top);
+    out.inflateTo = script.integerIn("inflateTo", out.inflateTo, 1, top);
+    out.deflateTo = script.integerIn("deflateTo", std::min(out.deflateTo, out.inflateTo), 1, out.inflateTo);
+    out.pressureStep = script.integerIn("pressureStep", out.pressureStep, 1, top);
     out.pressureInterval =
-        milliseconds(script, "pressureIntervalMs", out.pressureInterval, kMinIntervalMs, kMaxPressureIntervalMs);
-    out.battery = bounded(script, "battery", out.battery, 0, kMaxBattery);
+        script.millisecondsIn("pressureIntervalMs", out.pressureInterval, kMinIntervalMs, kMaxPressureIntervalMs);
+    out.battery = script.integerIn("battery", out.battery, 0, kMaxBattery);
     out.unit = unitField(script);
-    out.hold = bounded(script, "hold", out.hold, 0, kMaxHold);
+    out.hold = script.integerIn("hold", out.hold, 0, kMaxHold);
     out.faults = readFaults(script.object("faults"));
     return out;
 }
