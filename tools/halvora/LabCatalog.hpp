@@ -8,6 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "JsonReader.hpp"
 #include "halvora/Core/DeviceType.hpp"
 #include "lab/LabFaults.hpp"
 #include "lab/VirtualPeripheral.hpp"
@@ -45,6 +46,29 @@ public:
     /// The device's VirtualPeripheralConfig from its description.
     static lab::VirtualPeripheralConfig config(const LabDeviceSpec& entry, const LabClass& labClass);
 };
+
+/// The lab class of a virtual device that takes a script: made from its description with the class's
+/// usual name, advertising `advertised`, its script read by `readScript` from the description's "script"
+/// and its faults from "faults". The caller sets the class's defaultScript.
+template <typename Device, typename Script>
+LabClass scriptedLabClass(const std::string& className, DeviceKind kind, const BLEUUID& advertised,
+                          Script (*readScript)(const JsonReader&)) {
+    LabClass c;
+    c.className = className;
+    c.kind = kind;
+    c.defaultName = Device::kName;
+    c.make = [advertised, readScript](const LabDeviceSpec& entry) -> std::shared_ptr<lab::VirtualPeripheral> {
+        LabClass named;  // only its default name matters to the device's configuration
+        named.defaultName = Device::kName;
+        auto config = LabCatalog::config(entry, named);
+        config.advertisedServices = {advertised};
+        auto device = std::make_shared<Device>(config);
+        device->setScript(readScript(JsonReader(entry.script, entry.where + ".script")));
+        device->setFaults(entry.faults);
+        return device;
+    };
+    return c;
+}
 
 /// Registration helpers, one per device family (each family's file defines its own).
 void addMeasurementLabClasses(std::vector<LabClass>& classes);

@@ -205,20 +205,7 @@ nlohmann::json defaultHistory() {
 }  // namespace
 
 void addBraceletLabClasses(std::vector<LabClass>& classes) {
-    LabClass c;
-    c.className = "HalvoraSDKBracelet";
-    c.kind = DeviceTypeBracelet;
-    c.defaultName = lab::VirtualBracelet::kName;
-    c.make = [](const LabDeviceSpec& entry) -> std::shared_ptr<lab::VirtualPeripheral> {
-        LabClass named;  // only its default name matters to the device's configuration
-        named.defaultName = lab::VirtualBracelet::kName;
-        auto config = LabCatalog::config(entry, named);
-        config.advertisedServices = {lab::VirtualBracelet::kScanService};
-        auto device = std::make_shared<lab::VirtualBracelet>(config);
-        device->setScript(readBraceletScript(JsonReader(entry.script, entry.where + ".script")));
-        device->setFaults(entry.faults);
-        return device;
-    };
+    LabClass c = scriptedLabClass<lab::VirtualBracelet>("HalvoraSDKBracelet", DeviceTypeBracelet, lab::VirtualBracelet::kScanService, &readBraceletScript);
     c.defaultScript = {{"steps", 5230}, {"battery", 82}, {"heartRate", 74}, {"history", defaultHistory()}};
     classes.push_back(std::move(c));
 }

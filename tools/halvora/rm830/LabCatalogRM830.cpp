@@ -341,20 +341,7 @@ nlohmann::json defaultHeartHistory() {
 }  // namespace
 
 void addRM830LabClasses(std::vector<LabClass>& classes) {
-    LabClass c;
-    c.className = "HalvoraSDKBraceletRM830";
-    c.kind = DeviceTypeBraceletRM830;
-    c.defaultName = lab::VirtualRM830::kName;
-    c.make = [](const LabDeviceSpec& entry) -> std::shared_ptr<lab::VirtualPeripheral> {
-        LabClass named;  // only its default name matters to the device's configuration
-        named.defaultName = lab::VirtualRM830::kName;
-        auto config = LabCatalog::config(entry, named);
-        config.advertisedServices = {lab::VirtualRM830::kService};
-        auto device = std::make_shared<lab::VirtualRM830>(config);
-        device->setScript(readRM830Script(JsonReader(entry.script, entry.where + ".script")));
-        device->setFaults(entry.faults);
-        return device;
-    };
+    LabClass c = scriptedLabClass<lab::VirtualRM830>("HalvoraSDKBraceletRM830", DeviceTypeBraceletRM830, lab::VirtualRM830::kService, &readRM830Script);
     c.defaultScript = {{"version", "54.51.56.1"}, {"steps", 5230},         {"calories", 20920},
                        {"distance", 366},         {"days", defaultDays()}, {"heartHistory", defaultHeartHistory()}};
     classes.push_back(std::move(c));

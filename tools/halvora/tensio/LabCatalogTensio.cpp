@@ -211,20 +211,7 @@ nlohmann::json defaultReadings() {
 }  // namespace
 
 void addTensioLabClasses(std::vector<LabClass>& classes) {
-    LabClass c;
-    c.className = "HalvoraSDKTensioBracelet";
-    c.kind = DeviceTypeTensioBracelet;
-    c.defaultName = lab::VirtualTensioBracelet::kName;
-    c.make = [](const LabDeviceSpec& entry) -> std::shared_ptr<lab::VirtualPeripheral> {
-        LabClass named;  // only its default name matters to the device's configuration
-        named.defaultName = lab::VirtualTensioBracelet::kName;
-        auto config = LabCatalog::config(entry, named);
-        config.advertisedServices = {lab::VirtualTensioBracelet::kService};
-        auto device = std::make_shared<lab::VirtualTensioBracelet>(config);
-        device->setScript(readTensioScript(JsonReader(entry.script, entry.where + ".script")));
-        device->setFaults(entry.faults);
-        return device;
-    };
+    LabClass c = scriptedLabClass<lab::VirtualTensioBracelet>("HalvoraSDKTensioBracelet", DeviceTypeTensioBracelet, lab::VirtualTensioBracelet::kService, &readTensioScript);
     c.defaultScript = {
         {"readings", defaultReadings()}, {"systolic", 121}, {"diastolic", 79}, {"pulse", 67}, {"battery", 76}};
     classes.push_back(std::move(c));
