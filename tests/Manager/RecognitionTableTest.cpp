@@ -7,6 +7,9 @@
 #include "lab/Devices/Measurement/VirtualHeartDeviceV2.hpp"
 #include "lab/Devices/Bracelet/VirtualBracelet.hpp"
 #include "lab/Devices/RM830/VirtualRM830.hpp"
+#include "lab/Devices/RM830/VirtualRM830Bootloader.hpp"
+#include "lab/Devices/Tensio/VirtualTensioBracelet.hpp"
+#include "lab/Devices/Vital/VirtualVitalBracelet.hpp"
 #include "lab/Devices/Measurement/VirtualHeartDeviceV3.hpp"
 #include "lab/Devices/Measurement/VirtualOximeter.hpp"
 #include "lab/Devices/Measurement/VirtualThermometer.hpp"
@@ -63,6 +66,7 @@ TEST(RecognitionTable, RowsKeepTheRecognitionOrderAndKinds) {
         {"HalvoraSDKBracelet", DeviceTypeBracelet},
         {"HalvoraSDKBraceletRM830", DeviceTypeBraceletRM830},
         {"HalvoraSDKBraceletRM830DFU", DeviceTypeBraceletRM830DFU},
+        {"HalvoraSDKBraceletVital", DeviceTypeBraceletVital},
         {"HalvoraSDKOximeter", DeviceTypeOximeter},
         {"HalvoraSDKThermometer", DeviceTypeThermometer},
         {"HalvoraSDKThermometerV2", DeviceTypeThermometer},
@@ -90,6 +94,11 @@ TEST(RecognitionTable, EveryVirtualDeviceResolvesToTheClassThatPlaysIt) {
         {lab::VirtualThermometerV3::make(id), "HalvoraSDKThermometerV3"},
         {lab::VirtualBabyThermometer::make(id), "HalvoraSDKBabyThermometer"},
         {lab::VirtualWeightScale::make(id), "HalvoraSDKWeightScale"},
+        {lab::VirtualTensioBracelet::make(id), "HalvoraSDKTensioBracelet"},
+        {lab::VirtualVitalBracelet::make(id), "HalvoraSDKBraceletVital"},
+        {std::make_shared<lab::VirtualRM830Bootloader>(
+             lab::VirtualRM830Bootloader::configFor(lab::VirtualRM830::make(id)->config())),
+         "HalvoraSDKBraceletRM830DFU"},
     };
     for (const auto& [device, expected] : devices) {
         EXPECT_EQ(classFor(device->name()), expected) << device->name().value_or("(none)");

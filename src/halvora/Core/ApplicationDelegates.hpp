@@ -15,6 +15,7 @@ class HalvoraBraceletDelegate;
 class HalvoraBraceletRM830Delegate;
 class FirmwareUpdateObserver;
 class HalvoraTensioBraceletDelegate;
+class HalvoraBraceletVITALDelegate;
 
 /// Where a driver finds the application's delegate of its kind at the moment of delivery. The manager
 /// implements it (every getter answers the delegate the application set, or nothing); a test can hand a
@@ -43,6 +44,8 @@ public:
     virtual std::shared_ptr<HalvoraBraceletRM830Delegate> braceletRM830Delegate() const { return nullptr; }
     /// The wrist blood-pressure bracelet's delegate.
     virtual std::shared_ptr<HalvoraTensioBraceletDelegate> tensioBraceletDelegate() const { return nullptr; }
+    /// The Vital bracelet's delegate.
+    virtual std::shared_ptr<HalvoraBraceletVITALDelegate> braceletVITALDelegate() const { return nullptr; }
     /// The observer of firmware updates, when the application set one.
     virtual std::shared_ptr<FirmwareUpdateObserver> firmwareUpdateObserver() const { return nullptr; }
 };

@@ -27,6 +27,13 @@
 #include "halvora/Devices/RM830/HalvoraBraceletRM830Delegate.hpp"
 #include "halvora/Devices/RM830/HalvoraSDKRM830TimeRange.hpp"
 #include "halvora/Devices/Tensio/HalvoraSDKTensioBraceletConfig.hpp"
+#include "halvora/Devices/Vital/HalvoraBraceletVITALDelegate.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKUser.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKVitalActivityPeriod.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKVitalAlarm.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKVitalParams.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKVitalPeriod.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKVitalWeather.hpp"
 #include "halvora/Devices/Tensio/HalvoraSDKTensioBraceletInterval.hpp"
 #include "halvora/Devices/Tensio/HalvoraTensioBraceletDelegate.hpp"
 #include "halvora/Manager/DriverClass.hpp"
@@ -248,6 +255,54 @@ public:
     void setAmbulatoryBloodPressureTimeTensioBracelet(const std::vector<HalvoraSDKTensioBraceletInterval>& intervals);
     /// Kind 5 with a wrist blood-pressure bracelet: asks it to measure again and returns true; else false.
     bool returnMeasurement(DeviceKind kind);
+
+    // ------------------------------------------------------------ Vital bracelet (kind 10), settings
+    // Each forwards to the bracelet's driver on its queue; results and errors arrive at
+    // `braceletVITALDelegate` by command number. A boolean result is true when a driver was found (and the
+    // argument was accepted where said).
+    /// Sets the bracelet's clock.
+    bool setBraceletTime(Date date);
+    /// The bracelet's clock (command 1).
+    bool getBraceletTime();
+    /// The bracelet's MAC address (command 8).
+    bool getVitalMACAddress();
+    /// The wearer's details.
+    bool setVitalUserInformation(const HalvoraSDKUser& user);
+    /// The wearer's details as the bracelet keeps them (command 13).
+    bool getVitalUserInformation();
+    /// The device parameters (checked first: errors 0, 3, 4, 5 for command 10).
+    bool setVitalParameters(const HalvoraSDKVitalParams& parameters);
+    /// The device parameters (command 11).
+    bool getVitalParameters();
+    /// The automatic measurement of one quantity; false (nothing sent) for a `type` of 3 or more.
+    bool setVitalPeriodicConfiguration(const HalvoraSDKVitalPeriod& period);
+    /// The automatic measurement settings of quantity `type`; false (nothing sent) for 3 or more.
+    bool getVitalPeriodicConfiguration(std::int32_t type);
+    /// Real-time steps and temperature on or off (results as command 2).
+    bool setVitalRealtimeSteps(bool steps, bool temperature);
+    /// The exercise reminder.
+    bool setVitalActivityPeriod(const HalvoraSDKVitalActivityPeriod& period);
+    /// The exercise reminder as the bracelet keeps it (command 6).
+    bool getVitalActivityPeriod();
+    /// Starts a sport mode (`levelSelection` counts for mode 6 only; a period of 256 or more: error 2).
+    bool startVitalSportMode(std::int32_t sportMode, std::int32_t levelSelection, std::int32_t timePeriod);
+    /// Stops the sport mode.
+    bool stopVitalSportMode();
+    /// Starts measuring a quantity now.
+    bool startVitalMeasurement(std::int32_t measurement);
+    /// Stops measuring a quantity.
+    bool stopVitalMeasurement(std::int32_t measurement);
+    /// Shows or hides the bracelet's QR screen.
+    bool showVitalQR(bool show);
+    /// The daily step goal.
+    bool setVitalStepsGoal(std::uint32_t goal);
+    /// The daily step goal as the bracelet keeps it (command 3).
+    bool getVitalStepsGoal();
+    /// The weather the bracelet shows.
+    bool setVitalWeather(const HalvoraSDKVitalWeather& weather);
+    /// The alarms: at most 10 (true); with 11 or more nothing is sent, the result is false and the delegate
+    /// gets error 1 for command 34.
+    bool setVitalAlarms(const std::vector<HalvoraSDKVitalAlarm>& alarms);
     /// Shows a text on the bracelet's display.
     void sendTextToRM610HR(const std::string& text);
 
@@ -283,6 +338,9 @@ public:
     std::shared_ptr<HalvoraBraceletRM830Delegate> braceletRM830Delegate() const override;
     /// Sets the RM830 bracelet's delegate (held weakly).
     void setBraceletRM830Delegate(std::weak_ptr<HalvoraBraceletRM830Delegate> delegate);
+    std::shared_ptr<HalvoraBraceletVITALDelegate> braceletVITALDelegate() const override;
+    /// Sets the Vital bracelet's delegate (held weakly).
+    void setBraceletVITALDelegate(std::weak_ptr<HalvoraBraceletVITALDelegate> delegate);
     std::shared_ptr<HalvoraTensioBraceletDelegate> tensioBraceletDelegate() const override;
     /// Sets the wrist blood-pressure bracelet's delegate (held weakly).
     void setTensioBraceletDelegate(std::weak_ptr<HalvoraTensioBraceletDelegate> delegate);
@@ -430,6 +488,7 @@ private:
     std::weak_ptr<HalvoraBraceletRM830Delegate> braceletRM830Delegate_;
     std::weak_ptr<FirmwareUpdateObserver> firmwareUpdateObserver_;
     std::weak_ptr<HalvoraTensioBraceletDelegate> tensioBraceletDelegate_;
+    std::weak_ptr<HalvoraBraceletVITALDelegate> braceletVITALDelegate_;
 };
 
 }  // namespace halvora

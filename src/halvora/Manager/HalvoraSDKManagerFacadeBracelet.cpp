@@ -1,6 +1,7 @@
 // Facade rows of the text-command bracelet (kind 1): each forwards to the driver registered for the kind,
 // on its callback queue; without one nothing happens.
 #include "halvora/Devices/Bracelet/HalvoraSDKBracelet.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKBraceletVital.hpp"
 #include "halvora/Manager/internal/ForwardTo.hpp"
 
 namespace halvora {
@@ -62,7 +63,7 @@ void HalvoraSDKManager::getBraceletCurrentSteps() {
 void HalvoraSDKManager::getBraceletBattery() {
     forwardTo<HalvoraSDKBracelet>(DeviceTypeBracelet,
                                   [](HalvoraSDKBracelet& d) { d.sendCustomInstruction(kBatteryInstruction); });
-    // Then the Vital bracelet's battery, once that family is in the kit.
+    forwardTo<HalvoraSDKBraceletVital>(DeviceTypeBraceletVital, [](HalvoraSDKBraceletVital& d) { d.getDeviceBattery(); });
 }
 
 bool HalvoraSDKManager::isBraceletInActivity() const {

@@ -13,6 +13,7 @@
 #include "halvora/DFU/HalvoraSDKBraceletRM830DFU.hpp"
 #include "halvora/Devices/RM830/HalvoraSDKBraceletRM830.hpp"
 #include "halvora/Devices/Tensio/HalvoraSDKTensioBracelet.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKBraceletVital.hpp"
 
 namespace halvora {
 
@@ -46,7 +47,8 @@ std::vector<DriverClass> makeRows() {
     // The RM830 in update mode advertises as its updater ("DfuTarg"): any name with "DFU" in it, in any case.
     rows.push_back(nameRow<HalvoraSDKBraceletRM830DFU>("HalvoraSDKBraceletRM830DFU", DeviceTypeBraceletRM830DFU,
                                                        {"DfuTarg"}));
-    // The Vital bracelet takes its place here.
+    // The Vital bracelet takes any name containing this fragment.
+    rows.push_back(nameRow<HalvoraSDKBraceletVital>("HalvoraSDKBraceletVital", DeviceTypeBraceletVital, {"J2025E"}));
     rows.push_back(nameRow<HalvoraSDKOximeter>("HalvoraSDKOximeter", DeviceTypeOximeter, {"BLT_M70C"}));
     // The thermometers and the baby thermometer take names containing these fragments (the second
     // generation in any letter case, the third too).

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "halvora/Core/Date.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKRealtimeData.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKUser.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKVitalActivityPeriod.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKVitalParams.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKVitalPeriod.hpp"
+
+namespace halvora {
+
+/// What a Vital result carries, by command number:
+/// - nothing (`std::monostate`): the acknowledgements 0 (clock set), 4, 7, 10, 12, 15, 34, 35, 36, 33 and the
+///   sport heartbeat without data (39);
+/// - `Date`: 1, the bracelet's clock;
+/// - `std::int32_t`: 3, the step goal;
+/// - `std::string`: 8, the MAC address ("AA:BB:CC:DD:EE:FF");
+/// - `std::map<std::string, std::int32_t>`: 14, the battery level under "batteryLevel";
+/// - `std::vector<std::uint8_t>`: the bytes after the code of answers the kit passes on undecoded: 16 (the
+///   health-measurement answer), 31 (the heart-rate status answer 0x83) and 38 (a sport heartbeat with data);
+/// - `HalvoraSDKRealtimeData`: 2, one real-time reading;
+/// - `HalvoraSDKVitalParams`: 11;
+/// - `HalvoraSDKUser`: 13;
+/// - `HalvoraSDKVitalActivityPeriod`: 6;
+/// - `HalvoraSDKVitalPeriod`: 5, the schedule of the quantity asked for.
+///
+/// The history and ECG downloads add their record lists to these alternatives, and then 31 carries the
+/// decoded heart-rate status instead of its bytes.
+using HalvoraSDKResponseData =
+    std::variant<std::monostate, Date, std::int32_t, std::string, std::map<std::string, std::int32_t>,
+                 std::vector<std::uint8_t>, HalvoraSDKRealtimeData, HalvoraSDKVitalParams, HalvoraSDKUser,
+                 HalvoraSDKVitalActivityPeriod, HalvoraSDKVitalPeriod>;
+
+/// One successful result of the Vital bracelet, handed to `braceletVitalDeviceInformation`.
+struct HalvoraSDKResponse {
+    /// The operation's number (0 `setTime`, 1 `getTime`, ... 39; see `HalvoraSDKBraceletVital`).
+    std::int32_t command = 0;
+    /// A further number of some results (15 and 5: the quantity of the schedule, 16: the quantity measured);
+    /// -1 when the result has none.
+    std::int32_t type = -1;
+    /// The result's value (see `HalvoraSDKResponseData`).
+    HalvoraSDKResponseData data;
+};
+
+}  // namespace halvora

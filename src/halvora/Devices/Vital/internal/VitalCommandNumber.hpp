@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+
+namespace halvora {
+
+/// The numbers under which Vital results and errors reach the application. Applications depend on them:
+/// they never change. 37 is never used.
+class VitalCommandNumber {
+public:
+    VitalCommandNumber() = delete;
+
+    static constexpr std::int32_t kSetTime = 0;                     ///< `setTime`
+    static constexpr std::int32_t kGetTime = 1;                     ///< `getTime`
+    static constexpr std::int32_t kRealtimeData = 2;                ///< a real-time reading
+    static constexpr std::int32_t kGetStepGoal = 3;                 ///< `getStepGoal`
+    static constexpr std::int32_t kSetStepGoal = 4;                 ///< `setStepGoal`
+    static constexpr std::int32_t kGetAutomaticDetection = 5;       ///< `getAutomaticDetection`
+    static constexpr std::int32_t kGetActivityPeriod = 6;           ///< `getActivityPeriod`
+    static constexpr std::int32_t kSetActivityPeriod = 7;           ///< `setActivityPeriod`
+    static constexpr std::int32_t kGetMACAddress = 8;               ///< `getMACAddress`
+    static constexpr std::int32_t kSetRealtimeStepCounting = 9;     ///< `setRealtimeStepCounting`
+    static constexpr std::int32_t kSetDeviceParameters = 10;        ///< `setDeviceParameters`
+    static constexpr std::int32_t kGetDeviceParameters = 11;        ///< `getDeviceParameters`
+    static constexpr std::int32_t kSetUserInformation = 12;         ///< `setUserInformation`
+    static constexpr std::int32_t kGetUserInformation = 13;         ///< `getUserInformation`
+    static constexpr std::int32_t kGetDeviceBattery = 14;           ///< `getDeviceBattery`
+    static constexpr std::int32_t kSetAutomaticDetection = 15;      ///< `setAutomaticDetection`
+    static constexpr std::int32_t kHealthMeasurementControl = 16;   ///< `setHealthMeasurementControl`
+    static constexpr std::int32_t kECGValues = 31;                  ///< heart-rate status and live ECG values
+    static constexpr std::int32_t kShowQRCode = 33;                 ///< `showQRCode`
+    static constexpr std::int32_t kSetAlarms = 34;                  ///< `setAlarms`
+    static constexpr std::int32_t kSportModeControl = 35;           ///< `sportModeControlEnable`
+    static constexpr std::int32_t kSetWeather = 36;                 ///< `setWeather`
+    static constexpr std::int32_t kSportHeartbeatWithData = 38;     ///< a sport heartbeat with values
+    static constexpr std::int32_t kSportHeartbeatWithoutData = 39;  ///< a sport heartbeat without values
+};
+
+}  // namespace halvora
