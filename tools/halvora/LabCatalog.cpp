@@ -12,6 +12,7 @@ const std::vector<LabClass>& LabCatalog::classes() {
         addMeasurementLabClasses(classes);
         addBraceletLabClasses(classes);
         addRM830LabClasses(classes);
+        addVitalLabClasses(classes);
         addTensioLabClasses(classes);
         // In recognition order, as the kit tries the classes.
         const auto order = [](const LabClass& c) {

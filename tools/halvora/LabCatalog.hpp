@@ -76,5 +76,6 @@ void addTemperatureLabClasses(std::vector<LabClass>& classes);
 void addBraceletLabClasses(std::vector<LabClass>& classes);
 void addRM830LabClasses(std::vector<LabClass>& classes);
 void addTensioLabClasses(std::vector<LabClass>& classes);
+void addVitalLabClasses(std::vector<LabClass>& classes);
 
 }  // namespace halvora::cli
