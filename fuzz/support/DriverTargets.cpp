@@ -1,6 +1,15 @@
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <variant>
 
+#include "DFU/HexRecords.hpp"
+#include "halvora/Core/Calendar.hpp"
+#include "halvora/Core/ResourceBundle.hpp"
+#include "halvora/DFU/FirmwareUpdateObserver.hpp"
+#include "halvora/DFU/HalvoraSDKBraceletRM830DFU.hpp"
+#include "halvora/DFU/internal/DFUProcessState.hpp"
 #include "halvora/Devices/Bracelet/HalvoraSDKBracelet.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKBabyThermometer.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKHeartDevice.hpp"
@@ -12,6 +21,10 @@
 #include "halvora/Devices/Measurement/HalvoraSDKThermometerV3.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKWeightScale.hpp"
 #include "halvora/Devices/RM830/HalvoraSDKBraceletRM830.hpp"
+#include "halvora/Devices/Tensio/HalvoraSDKTensioBracelet.hpp"
+#include "halvora/Manager/HalvoraSDKManager.hpp"
+#include "halvora/Transport/BLEError.hpp"
+#include "support/DriverFuzzer.hpp"
 #include "support/DriverTarget.hpp"
 #include "support/FuzzInput.hpp"
 
@@ -117,6 +130,200 @@ std::vector<FuzzCommand> rm830Commands() {
     };
 }
 
+/// Stops the fuzzer where a driver breaks a promise its header makes: a finding, as a sanitizer's report is.
+void expect(bool promiseKept) {
+    if (!promiseKept) __builtin_trap();
+}
+
+/// The harness's manager, which a driver's context names as the application's delegates (nothing for a
+/// driver made elsewhere).
+std::shared_ptr<HalvoraSDKManager> managerOf(const DriverContext& context) {
+    return std::dynamic_pointer_cast<HalvoraSDKManager>(context.delegates.lock());
+}
+
+// ------------------------------------------------------------------ the RM830 in update mode
+
+/// Bytes of the image the fuzzed updater sends: 17 packets (the last one 10 bytes), two bursts, one receipt.
+constexpr std::size_t kUpdaterImageBytes = 330;
+
+/// Where the fuzzed updater finds its firmware image: a small one, written once to the harness's scratch
+/// folder, so that an input runs a whole upload in little time.
+std::shared_ptr<ResourceBundle> updaterBundle() {
+    using U = HalvoraSDKBraceletRM830DFU;
+    static const std::shared_ptr<ResourceBundle> bundle = [] {
+        const auto file = std::filesystem::path(scratchFolder()) /
+                          (std::string(U::kFirmwareResourceName) + "." + U::kFirmwareResourceType);
+        {
+            std::ofstream out(file, std::ios::binary | std::ios::trunc);
+            out << test::imageText(test::pattern(kUpdaterImageBytes));
+        }
+        auto made = std::make_shared<ResourceBundle>();
+        made->setResourcePath(U::kFirmwareResourceName, U::kFirmwareResourceType, file);
+        return made;
+    }();
+    return bundle;
+}
+
+/// The application's update observer, checking what it hears: bytes sent never past the image's size, an
+/// outcome's error text on one line and present exactly when the update failed. An update is open from its
+/// first progress report to its outcome.
+class UpdateWatch : public FirmwareUpdateObserver {
+public:
+    void firmwareUpdateProgress(const FirmwareUpdateProgress& progress) override {
+        expect(progress.bytesSent <= progress.totalBytes);
+        expect(progress.percent >= 0 && progress.percent <= 100);
+        open_ = true;
+    }
+    void firmwareUpdateFinished(const FirmwareUpdateOutcome& outcome) override {
+        expect(outcome.bytesSent <= outcome.totalBytes);
+        expect(outcome.succeeded == outcome.errorText.empty());
+        expect(outcome.errorText.find_first_of("\r\n") == std::string::npos);
+        open_ = false;
+    }
+    /// An update reported progress and has no outcome yet.
+    bool open() const { return open_; }
+
+private:
+    bool open_ = false;
+};
+
+/// The updater, watched: whatever the bootloader sent, once torn down it has given its update an outcome and
+/// the process's update slot back.
+class WatchedUpdater : public HalvoraSDKBraceletRM830DFU {
+public:
+    WatchedUpdater(DriverContext context, std::shared_ptr<UpdateWatch> watch)
+        : HalvoraSDKBraceletRM830DFU(std::move(context)), watch_(std::move(watch)) {}
+
+    /// A watched updater reading the small image, its watch set as the manager's update observer.
+    static std::shared_ptr<BLEDevice> make(DriverContext context) {
+        auto watch = std::make_shared<UpdateWatch>();
+        if (auto manager = managerOf(context)) manager->setFirmwareUpdateObserver(watch);
+        context.resources = updaterBundle();
+        return std::make_shared<WatchedUpdater>(std::move(context), std::move(watch));
+    }
+
+    void deinit() override {
+        HalvoraSDKBraceletRM830DFU::deinit();
+        expect(!watch_->open());
+        expect(!DFUProcessState::shared().slotTaken());
+    }
+
+private:
+    std::shared_ptr<UpdateWatch> watch_;
+};
+
+/// The updater's one command, and the events of the link that a notification cannot carry.
+std::vector<FuzzCommand> updaterCommands() {
+    using U = HalvoraSDKBraceletRM830DFU;
+    return {
+        command<U>([](U& u, FuzzInput& in) { u.writeRawData(in.bytes(in.byte())); }),
+        // The central reports the link gone (the manager's call before it lets the driver go).
+        command<U>([](U& u, FuzzInput&) { u.linkEnded(); }),
+        // A version read or a control-point notification that comes with an error.
+        command<U>([](U& u, FuzzInput& in) {
+            const auto characteristic = in.flag() ? u.dfuVersionCharacteristic() : u.dfuControlPointCharacteristic();
+            u.peripheralDidUpdateValueForCharacteristic(u.device(), characteristic, in.bytes(in.byte()),
+                                                        BLEError{BLEErrorUnknown, "fuzzed error"});
+        }),
+    };
+}
+
+// ------------------------------------------------------------------ the wrist blood-pressure bracelet
+
+/// Windows of one fuzzed schedule: two past the 15 that a frame's count nibble holds.
+constexpr std::uint8_t kMaxScheduleWindows = 17;
+
+/// Reads everything the wrist bracelet's delegate is handed (so that a reading or a text built from garbage is
+/// walked end to end under the sanitizers) and keeps nothing.
+class TensioSink : public HalvoraTensioBraceletDelegate {
+public:
+    void tensioBraceletOnProgressMeasurement(std::int32_t value) override { look(value); }
+    void tensioBraceletOnResult(const HalvoraSDKTensioBraceletData& data) override { look(data); }
+    void tensioBraceletInformation(const TensioBraceletInformation& information) override {
+        std::visit([this](const auto& value) { look(value); }, information);
+    }
+    void tensioBraceletRequestExecuted(std::int32_t request) override { look(request); }
+
+private:
+    void look(std::int32_t value) { seen_ = seen_ + static_cast<std::uint32_t>(value); }
+    void look(const std::string& text) { seen_ = seen_ + text.size(); }
+    void look(const HalvoraSDKTensioBraceletData& data) {
+        for (const auto& field : {data.systolic, data.diastolic, data.pulse, data.irregular}) {
+            if (field) look(*field);
+        }
+        if (data.date) look(Calendar::formatDateTime(*data.date));
+    }
+
+    volatile std::size_t seen_ = 0;
+};
+
+/// The wrist bracelet with the promises of its header checked after every notification: the frame being put
+/// together stays within kMaxFrameLength, and the command slot never counts more than one free permit. Torn
+/// down, it holds no part of a frame.
+class CheckedTensio : public HalvoraSDKTensioBracelet {
+public:
+    using HalvoraSDKTensioBracelet::HalvoraSDKTensioBracelet;
+
+    /// A checked driver, with a reading sink set as the manager's wrist bracelet delegate.
+    static std::shared_ptr<BLEDevice> make(DriverContext context) {
+        static const auto sink = std::make_shared<TensioSink>();
+        if (auto manager = managerOf(context)) manager->setTensioBraceletDelegate(sink);
+        return std::make_shared<CheckedTensio>(std::move(context));
+    }
+
+    void peripheralDidUpdateValueForCharacteristic(const std::shared_ptr<Peripheral>& peripheral,
+                                                   const std::shared_ptr<Characteristic>& characteristic,
+                                                   const std::vector<std::uint8_t>& value,
+                                                   const OptionalError& error) override {
+        HalvoraSDKTensioBracelet::peripheralDidUpdateValueForCharacteristic(peripheral, characteristic, value, error);
+        expect(pendingFrameBytes() <= kMaxFrameLength);
+        expect(commandQueue().permits() <= 1);
+    }
+
+    void deinit() override {
+        HalvoraSDKTensioBracelet::deinit();
+        expect(pendingFrameBytes() == 0);
+    }
+};
+
+HalvoraSDKTensioBraceletInterval windowFrom(FuzzInput& in) {
+    HalvoraSDKTensioBraceletInterval window;
+    window.startHour = static_cast<std::int8_t>(in.byte());
+    window.startMinuteInterval = in.byte();
+    window.endHour = static_cast<std::int8_t>(in.byte());
+    window.endMinuteInterval = in.byte();
+    window.ambulatoriInterval = in.integer();
+    return window;
+}
+
+std::vector<FuzzCommand> tensioCommands() {
+    using T = HalvoraSDKTensioBracelet;
+    return {
+        command<T>([](T& t, FuzzInput&) { t.startMeasurement(); }),
+        command<T>([](T& t, FuzzInput&) { t.stopMeasurement(); }),
+        command<T>([](T& t, FuzzInput&) { t.returnMeasurement(); }),
+        command<T>([](T& t, FuzzInput&) { t.getBloodPressureHistory(); }),
+        command<T>([](T& t, FuzzInput&) { t.removeBloodPressureHistory(); }),
+        command<T>([](T& t, FuzzInput&) { t.getSmartwatchTime(); }),
+        command<T>([](T& t, FuzzInput&) { t.setSmartwatchTime(); }),
+        command<T>([](T& t, FuzzInput&) { t.getBasicInfo(); }),
+        command<T>([](T& t, FuzzInput&) { t.resetDefaults(); }),
+        command<T>([](T& t, FuzzInput& in) {
+            HalvoraSDKTensioBraceletConfig config;
+            config.hand = in.integer();
+            config.ambulatoryEnabled = in.flag();
+            t.setConfig(config);
+        }),
+        command<T>([](T& t, FuzzInput& in) {
+            std::vector<HalvoraSDKTensioBraceletInterval> windows(in.byte() % (kMaxScheduleWindows + 1));
+            for (auto& window : windows) window = windowFrom(in);
+            (void)T::checkIntervalCorrect(windows);  // the manager's check; the driver sends whatever it is given
+            t.setAmbulatoryBloodPressureTime(windows);
+        }),
+        command<T>([](T& t, FuzzInput&) { t.getAmbulatoryBloodPressureTime(); }),
+    };
+}
+
 std::vector<DriverTarget> makeTargets() {
     using Heart = HalvoraSDKHeartDevice;
     using HeartV3 = HalvoraSDKHeartDeviceV3;
@@ -201,6 +408,25 @@ std::vector<DriverTarget> makeTargets() {
                        maker<HalvoraSDKBraceletRM830>(),
                        rm830Commands(),
                        "HalvoraSDKBraceletRM830"});
+    using Updater = HalvoraSDKBraceletRM830DFU;
+    targets.push_back({"dfu_notifications",
+                       Updater::getName(),
+                       {{Updater::rsServiceUUID(),
+                         {{Updater::readCharacteristicUUID(), kNotify | kWrite},
+                          {Updater::sendCharacteristicUUID(), kWriteNoResponse},
+                          {Updater::versionCharacteristicUUID(), kRead}}}},
+                       &WatchedUpdater::make,
+                       updaterCommands(),
+                       "HalvoraSDKBraceletRM830DFU"});
+    using Tensio = HalvoraSDKTensioBracelet;
+    targets.push_back({"tensio_notifications",
+                       Tensio::getName(),
+                       {{Tensio::rsServiceUUID(),
+                         {{Tensio::readCharacteristicUUID(), kNotify},
+                          {Tensio::sendCharacteristicUUID(), kWrite | kWriteNoResponse}}}},
+                       &CheckedTensio::make,
+                       tensioCommands(),
+                       "HalvoraSDKTensioBracelet"});
     return targets;
 }
 
