@@ -22,6 +22,7 @@
 #include "halvora/Devices/Measurement/HalvoraSDKWeightScale.hpp"
 #include "halvora/Devices/RM830/HalvoraSDKBraceletRM830.hpp"
 #include "halvora/Devices/Tensio/HalvoraSDKTensioBracelet.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKBraceletVital.hpp"
 #include "halvora/Manager/HalvoraSDKManager.hpp"
 #include "halvora/Transport/BLEError.hpp"
 #include "support/DriverFuzzer.hpp"
@@ -127,6 +128,92 @@ std::vector<FuzzCommand> rm830Commands() {
         }),
         command<R>([](R& r, FuzzInput&) { r.getDatesWithInfo(); }),
         command<R>([](R& r, FuzzInput&) { r.readDateTime(); }),
+    };
+}
+
+HalvoraSDKPeriod periodFrom(FuzzInput& in) {
+    HalvoraSDKPeriod period;
+    period.startHour = in.byte();
+    period.startMinute = in.byte();
+    period.endHour = in.byte();
+    period.endMinute = in.byte();
+    period.monday = in.flag();
+    period.sunday = in.flag();
+    return period;
+}
+
+std::vector<FuzzCommand> vitalCommands() {
+    using V = HalvoraSDKBraceletVital;
+    return {
+        command<V>([](V& v, FuzzInput& in) { v.setTime(dateFrom(in)); }),
+        command<V>([](V& v, FuzzInput&) { v.getTime(); }),
+        command<V>([](V& v, FuzzInput& in) { v.setStepGoal(static_cast<std::uint32_t>(in.integer())); }),
+        command<V>([](V& v, FuzzInput&) { v.getStepGoal(); }),
+        command<V>([](V& v, FuzzInput&) { v.getMACAddress(); }),
+        command<V>([](V& v, FuzzInput& in) {
+            HalvoraSDKUser user;
+            user.sex = in.byte();
+            user.age = in.byte();
+            user.height = in.word();
+            user.weight = in.word();
+            user.extra = in.byte();
+            v.setUserInformation(user);
+        }),
+        command<V>([](V& v, FuzzInput&) { v.getUserInformation(); }),
+        command<V>([](V& v, FuzzInput& in) {
+            HalvoraSDKVitalParams p;
+            p.distanceUnitKm = in.flag();
+            p.wristSenseEnabled = in.flag();
+            if (in.flag()) p.notifications = HalvoraSDKVitalNotification::fromBytes(in.byte(), in.byte());
+            p.basicHeartRateSetting = in.word();
+            p.screenBrightness = in.byte();
+            p.dialInterface = in.byte();
+            p.language = in.byte();
+            v.setDeviceParameters(p);
+        }),
+        command<V>([](V& v, FuzzInput&) { v.getDeviceParameters(); }),
+        command<V>([](V& v, FuzzInput&) { v.getDeviceBattery(); }),
+        command<V>([](V& v, FuzzInput& in) {
+            HalvoraSDKVitalActivityPeriod period;
+            static_cast<HalvoraSDKPeriod&>(period) = periodFrom(in);
+            period.exerciseReminderPeriod = in.word();
+            period.minimumNumberSteps = in.word();
+            period.motionEnabled = in.flag();
+            v.setActivityPeriod(period);
+        }),
+        command<V>([](V& v, FuzzInput&) { v.getActivityPeriod(); }),
+        command<V>([](V& v, FuzzInput& in) {
+            HalvoraSDKVitalPeriod period;
+            static_cast<HalvoraSDKPeriod&>(period) = periodFrom(in);
+            period.workingMode = in.byte() % 3;
+            period.intervalTime = in.integer();
+            period.type = in.byte() % 3;
+            v.setAutomaticDetection(period);
+        }),
+        command<V>([](V& v, FuzzInput& in) { v.getAutomaticDetection(in.byte() % 3); }),
+        command<V>([](V& v, FuzzInput& in) { v.setHealthMeasurementControl(in.byte(), in.flag()); }),
+        command<V>([](V& v, FuzzInput& in) { v.setRealtimeStepCounting(in.flag(), in.flag()); }),
+        command<V>([](V& v, FuzzInput& in) { v.sportModeControlEnable(in.byte(), in.byte(), in.byte(), in.word()); }),
+        command<V>([](V& v, FuzzInput& in) {
+            v.sendSportHeartbeatWithDistance(static_cast<std::uint32_t>(in.integer()), in.word(), in.byte());
+        }),
+        command<V>([](V& v, FuzzInput& in) { v.showQRCode(in.flag()); }),
+        command<V>([](V& v, FuzzInput& in) {
+            HalvoraSDKVitalWeather weather;
+            weather.temperature = static_cast<std::int8_t>(in.byte());
+            weather.airQuality = in.word();
+            weather.location = in.text();
+            v.setWeather(weather);
+        }),
+        command<V>([](V& v, FuzzInput& in) {
+            std::vector<HalvoraSDKVitalAlarm> alarms(in.byte() % 12);
+            for (auto& alarm : alarms) {
+                alarm.hour = in.byte();
+                alarm.minute = in.byte();
+                alarm.monday = in.flag();
+            }
+            v.setAlarms(alarms);
+        }),
     };
 }
 
@@ -418,6 +505,14 @@ std::vector<DriverTarget> makeTargets() {
                        &WatchedUpdater::make,
                        updaterCommands(),
                        "HalvoraSDKBraceletRM830DFU"});
+    targets.push_back({"vital_notifications",
+                       HalvoraSDKBraceletVital::getName(),
+                       {{HalvoraSDKBraceletVital::rsServiceUUID(),
+                         {{HalvoraSDKBraceletVital::readCharacteristicUUID(), kNotify},
+                          {HalvoraSDKBraceletVital::sendCharacteristicUUID(), kWriteNoResponse | kWrite}}}},
+                       maker<HalvoraSDKBraceletVital>(),
+                       vitalCommands(),
+                       "HalvoraSDKBraceletVital"});
     using Tensio = HalvoraSDKTensioBracelet;
     targets.push_back({"tensio_notifications",
                        Tensio::getName(),
