@@ -50,5 +50,7 @@ void addMeasurementCommands(CLI::App& app, CommandSet& commands);
 /// The text-command bracelet's commands: bracelet steps|heart|sync|battery|version|find|set.
 void addBraceletCommands(CLI::App& app, CommandSet& commands);
 void addRM830Commands(CLI::App& app, CommandSet& commands);
+/// The wrist blood-pressure bracelet's commands: tensio history|clear|time|set-time|info|config|reset|ambulatory.
+void addTensioCommands(CLI::App& app, CommandSet& commands);
 
 }  // namespace halvora::cli

@@ -8,6 +8,7 @@ const DemoStep* demoStepFor(const std::string& className) {
         addMeasurementDemoSteps(all);
         addBraceletDemoSteps(all);
         addRM830DemoSteps(all);
+        addTensioDemoSteps(all);
         return all;
     }();
     auto it = steps.find(className);

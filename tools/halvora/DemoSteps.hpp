@@ -19,5 +19,6 @@ const DemoStep* demoStepFor(const std::string& className);
 void addMeasurementDemoSteps(std::map<std::string, DemoStep>& steps);
 void addBraceletDemoSteps(std::map<std::string, DemoStep>& steps);
 void addRM830DemoSteps(std::map<std::string, DemoStep>& steps);
+void addTensioDemoSteps(std::map<std::string, DemoStep>& steps);
 
 }  // namespace halvora::cli

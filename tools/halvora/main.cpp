@@ -62,6 +62,7 @@ int main(int argc, char** argv) {
     addMeasurementCommands(app, commands);
     addBraceletCommands(app, commands);
     addRM830Commands(app, commands);
+    addTensioCommands(app, commands);
 
     try {
         app.parse(argc, argv);

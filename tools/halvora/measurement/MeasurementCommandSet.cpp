@@ -1,6 +1,7 @@
 // The measurement devices' subcommands: how they read from the command line.
 #include "CommandSet.hpp"
 #include "MeasurementCommands.hpp"
+#include "tensio/TensioCommands.hpp"
 
 namespace halvora::cli {
 
@@ -13,6 +14,10 @@ void addMeasurementCommands(CLI::App& app, CommandSet& commands) {
     auto* bp = measure->add_subcommand("bp", "blood pressure: connect kind 0, measure, print the result");
     addTimeout(bp, *timeout);
     commands.add(bp, [timeout](Session& s) { return runMeasureBloodPressure(s, *timeout); });
+
+    auto* wrist = measure->add_subcommand("wrist-bp", "blood pressure at the wrist: connect kind 5, measure, print it");
+    addTimeout(wrist, *timeout);
+    commands.add(wrist, [timeout](Session& s) { return runMeasureWristBloodPressure(s, *timeout); });
 
     auto user = commands.keep<ScaleUser>();
     auto* scale = measure->add_subcommand("scale", "weight and body composition: connect kind 4, weigh");
