@@ -21,7 +21,7 @@ _halvora() {
     cur=${COMP_WORDS[COMP_CWORD]}
     prev=${COMP_WORDS[COMP_CWORD-1]}
     case $prev in
-        --lab|--csv|--svg|--file)
+        --lab|--csv|--svg|--file|--hex)
             COMPREPLY=($(compgen -f -- "$cur"))
             return ;;
         --transport)
@@ -33,7 +33,7 @@ _halvora() {
         case ${COMP_WORDS[i]} in
             -*) ;;
             *) case ${COMP_WORDS[i-1]} in
-                   --lab|--csv|--svg|--file|--transport|--adapter|--seed|--timeout|--seconds) ;;
+                   --lab|--csv|--svg|--file|--hex|--transport|--adapter|--seed|--timeout|--seconds) ;;
                    *) words+=("${COMP_WORDS[i]}") ;;
                esac ;;
         esac
