@@ -52,5 +52,8 @@ void addBraceletCommands(CLI::App& app, CommandSet& commands);
 void addRM830Commands(CLI::App& app, CommandSet& commands);
 /// The wrist blood-pressure bracelet's commands: tensio history|clear|time|set-time|info|config|reset|ambulatory.
 void addTensioCommands(CLI::App& app, CommandSet& commands);
+/// The Vital bracelet's commands: vital time|goal|user|params|activity|detection|alarms|weather|battery|mac|qr|
+/// sport|measure|set.
+void addVitalCommands(CLI::App& app, CommandSet& commands);
 
 }  // namespace halvora::cli

@@ -9,6 +9,7 @@ const DemoStep* demoStepFor(const std::string& className) {
         addBraceletDemoSteps(all);
         addRM830DemoSteps(all);
         addTensioDemoSteps(all);
+        addVitalDemoSteps(all);
         return all;
     }();
     auto it = steps.find(className);

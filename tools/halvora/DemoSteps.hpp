@@ -20,5 +20,6 @@ void addMeasurementDemoSteps(std::map<std::string, DemoStep>& steps);
 void addBraceletDemoSteps(std::map<std::string, DemoStep>& steps);
 void addRM830DemoSteps(std::map<std::string, DemoStep>& steps);
 void addTensioDemoSteps(std::map<std::string, DemoStep>& steps);
+void addVitalDemoSteps(std::map<std::string, DemoStep>& steps);
 
 }  // namespace halvora::cli

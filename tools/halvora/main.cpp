@@ -63,6 +63,7 @@ int main(int argc, char** argv) {
     addBraceletCommands(app, commands);
     addRM830Commands(app, commands);
     addTensioCommands(app, commands);
+    addVitalCommands(app, commands);
 
     try {
         app.parse(argc, argv);
