@@ -64,8 +64,8 @@ TEST(VitalReplies, DispatchTableRowByRow) {
         {"18 00 00", {"info 39 -1"}, false},
         {"18 05 01", {"info 38 -1"}, false},
         {"17", {}, true},  // the reply to the phone's heartbeat
-        {"51 FF", {}, true},
-        {"66 FF", {}, true},
+        {"51 FF", {"info 17 -1"}, true},
+        {"66 FF", {"info 23 -1"}, true},
         {"71 00 00", {}, true},
         {"99 01", {}, true},
         {"9C 02", {}, true},

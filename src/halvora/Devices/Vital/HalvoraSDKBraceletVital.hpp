@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -11,13 +12,21 @@
 #include "halvora/Core/Date.hpp"
 #include "halvora/Core/SerialCommandDevice.hpp"
 #include "halvora/Devices/Vital/HalvoraBraceletVITALDelegate.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKDetailedSleepData.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKDetailedStepData.hpp"
 #include "halvora/Devices/Vital/HalvoraSDKResponse.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKSportData.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKStepSummaryData.hpp"
 #include "halvora/Devices/Vital/HalvoraSDKUser.hpp"
 #include "halvora/Devices/Vital/HalvoraSDKVitalActivityPeriod.hpp"
 #include "halvora/Devices/Vital/HalvoraSDKVitalAlarm.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKVitalHRVData.hpp"
 #include "halvora/Devices/Vital/HalvoraSDKVitalParams.hpp"
 #include "halvora/Devices/Vital/HalvoraSDKVitalPeriod.hpp"
 #include "halvora/Devices/Vital/HalvoraSDKVitalWeather.hpp"
+#include "halvora/Records/HalvoraSDKHeartBeatData.hpp"
+#include "halvora/Records/HalvoraSDKOximeterData.hpp"
+#include "halvora/Records/HalvoraSDKThermometerData.hpp"
 
 namespace halvora {
 
@@ -46,8 +55,17 @@ namespace halvora {
 /// `setActivityPeriod`, 8 `getMACAddress`, 9 `setRealtimeStepCounting` (refusal), 10 `setDeviceParameters`,
 /// 11 `getDeviceParameters`, 12 `setUserInformation`, 13 `getUserInformation`, 14 `getDeviceBattery`, 15
 /// `setAutomaticDetection`, 16 `setHealthMeasurementControl`, 31 heart-rate status, 33 `showQRCode`, 34
-/// `setAlarms`, 35 `sportModeControlEnable`, 36 `setWeather`, 38 and 39 sport heartbeats (17 to 30 and 32
-/// belong to the history and ECG downloads). See HalvoraSDKResponse for each result's value.
+/// `setAlarms`, 35 `sportModeControlEnable`, 36 `setWeather`, 38 and 39 sport heartbeats; the history
+/// downloads 17 daily totals, 18 steps, 19 sleep, 20 heart rate, 21 automatic heart rate, 22 blood oxygen,
+/// 23 automatic blood oxygen, 24 HRV, 25 sport, 26 temperature, 27 automatic temperature (28 to 30 and 32
+/// belong to the ECG downloads). See HalvoraSDKResponse for each result's value.
+///
+/// History downloads: the request clears its list (heart rate and HRV share one, as do the two temperature,
+/// the two blood-oxygen and the two step requests, so a request clears its partner's records too) and takes
+/// the permit. Each reply holds records of a fixed size from byte 1; a record whose first byte is 0xFF ends
+/// the transfer: the list is delivered and the permit freed. Until then the records of every notification of
+/// the same code are gathered and the permit stays taken. Sleep replies hold one record each, cut into
+/// light and deep segments.
 ///
 /// Argument errors: `setDeviceParameters` 0 (no notifications), 3 (heart-rate base outside 40 to 255), 4
 /// (brightness outside 0 to 15), 5 (dial outside 0 to 9); `setActivityPeriod` 7 (reminder period from 256),
@@ -63,8 +81,11 @@ namespace halvora {
 /// Bad input: every notification is untrusted; one without a byte is ignored. A reply shorter than the bytes
 /// its decoder reads reports nothing and frees the permit as its row says (a short 0x04 still sends the
 /// second read, which then completes with the last parameters kept; a short 0x16 reports no operation). The
-/// driver keeps no buffer that grows from the bracelet's input. History and ECG download replies (0x51 to
-/// 0x66, 0x71, 0x99, 0x9C) free the permit and are logged; their decoding comes with the downloads.
+/// history lists are the only buffers that grow from the bracelet's input: each holds at most
+/// `VitalHistoryPages::kMaxRecords` (100,000) records, further records of a transfer are dropped and the
+/// transfer still ends with its end mark. A record cut short by the notification's end, or with an invalid
+/// date, gives nothing; a history reply without a record slot is ignored and keeps the permit. ECG download
+/// replies (0x71, 0x99, 0x9C) free the permit and are logged; their decoding comes with the ECG downloads.
 ///
 /// Threads: everything the driver holds is touched on its callback queue ("halvora.cb"): its peripheral's
 /// events arrive there and its command-queue items run there. The public requests and `deinit` must be
@@ -155,6 +176,34 @@ public:
     /// 0x23: the alarms, in one write (command 34). The number of alarms is not limited here.
     void setAlarms(const std::vector<HalvoraSDKVitalAlarm>& alarms);
 
+    // ------------------------------------------------------------------ history (call on the callback queue)
+
+    /// 0x51 with `first` in byte 1: the daily totals (command 17).
+    void getTotalStepCount(std::int32_t first);
+    /// 0x51 with byte 1 at 0: the daily totals (command 17).
+    void getDaySteps();
+    /// 0x52: the detailed steps (command 18). `record` is not sent.
+    void getDetailedStepData(std::int32_t first = 0, std::int32_t record = 0);
+    /// 0x53: the sleep segments (command 19). `record` is not sent.
+    void getDetailedSleepData(std::int32_t first = 0, std::int32_t record = 0);
+    /// 0x54: the automatic heart rate, one record per sample (command 21); `record`, when given, in bytes 2
+    /// and 3 little-endian.
+    void getAutomaticHeartRateData(std::int32_t first = 0, std::optional<std::int32_t> record = std::nullopt);
+    /// 0x55: the spot heart rate (command 20). `record` is not sent.
+    void getHeartRateData(std::int32_t first = 0, std::int32_t record = 0);
+    /// 0x56: the HRV records (command 24). `record` is not sent.
+    void getHRVData(std::int32_t first = 0, std::int32_t record = 0);
+    /// 0x5C: the sport records (command 25). `record` is not sent.
+    void getSportData(std::int32_t first = 0, std::int32_t record = 0);
+    /// 0x60: the spot blood oxygen (command 22). `record` is not sent.
+    void getBloodOxygenData(std::int32_t first = 0, std::int32_t record = 0);
+    /// 0x62: the spot temperature (command 26). `record` is not sent.
+    void getTemperatureData(std::int32_t first = 0, std::int32_t record = 0);
+    /// 0x65: the automatic temperature (command 27). `record` is not sent.
+    void getAutomaticTemperatureData(std::int32_t first = 0, std::int32_t record = 0);
+    /// 0x66: the automatic blood oxygen (command 23). `record` is not sent.
+    void getAutomaticBloodOxygenData(std::int32_t first = 0, std::int32_t record = 0);
+
     // ------------------------------------------------------------------ state, for tools and tests
 
     /// The last parameter record accepted or read. Call on the callback queue.
@@ -204,6 +253,25 @@ private:
     void handleUser(std::span<const std::uint8_t> reply);
     void handleStepGoal(std::span<const std::uint8_t> reply);
     void handleHistoryPage(std::span<const std::uint8_t> reply);
+
+    // History (HalvoraSDKBraceletVitalHistory.cpp).
+    void requestHistory(std::vector<std::uint8_t> frame, void (HalvoraSDKBraceletVital::*clear)());
+    void clearSteps();
+    void clearSleep();
+    void clearHeartRates();
+    void clearBloodOxygen();
+    void clearTemperatures();
+    void clearSports();
+    bool handleHistory(std::span<const std::uint8_t> reply);
+    void handleTotalsPage(std::span<const std::uint8_t> reply);
+    void handleDetailedStepsPage(std::span<const std::uint8_t> reply);
+    void handleSleepPage(std::span<const std::uint8_t> reply);
+    void handleAutomaticHeartRatePage(std::span<const std::uint8_t> reply);
+    void handleHeartRatePage(std::span<const std::uint8_t> reply);
+    void handleHRVPage(std::span<const std::uint8_t> reply);
+    void handleSportPage(std::span<const std::uint8_t> reply);
+    void handleBloodOxygenPage(std::span<const std::uint8_t> reply, std::int32_t command);
+    void handleTemperaturePage(std::span<const std::uint8_t> reply, const char* request, std::int32_t command);
     void handleHeartRateStatus(std::span<const std::uint8_t> reply);
     void handleECGValues(std::span<const std::uint8_t> reply);
     void handleSOS();
@@ -215,6 +283,16 @@ private:
     bool waitingHeartRateResponse_ = false;
     std::int32_t periodType_ = 0;
     std::int32_t healthMeasurement_ = 0;
+
+    // The history lists; pairs share one list on the bracelet's side and are cleared together.
+    std::vector<HalvoraSDKStepSummaryData> stepSummaries_;
+    std::vector<HalvoraSDKDetailedStepData> detailedSteps_;
+    std::vector<HalvoraSDKDetailedSleepData> sleepSegments_;
+    std::vector<HalvoraSDKHeartBeatData> heartRates_;
+    std::vector<HalvoraSDKVitalHRVData> hrvRecords_;
+    std::vector<HalvoraSDKOximeterData> bloodOxygen_;
+    std::vector<HalvoraSDKThermometerData> temperatures_;
+    std::vector<HalvoraSDKSportData> sports_;
 };
 
 }  // namespace halvora

@@ -181,7 +181,8 @@ void HalvoraSDKBraceletVital::handleSOS() {
 // ------------------------------------------------------------------------------------ downloads
 
 void HalvoraSDKBraceletVital::handleHistoryPage(std::span<const std::uint8_t> reply) {
-    // The history and ECG downloads decode these pages; until they do, a page ends its request.
+    if (handleHistory(reply)) return;
+    // The ECG downloads decode these pages; until they do, a page ends its request.
     log().writef("HalvoraSDKBraceletVital: download reply 0x%02x not decoded", reply[0]);
     releaseSemaphore();
 }

@@ -7,11 +7,19 @@
 #include <vector>
 
 #include "halvora/Core/Date.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKDetailedSleepData.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKDetailedStepData.hpp"
 #include "halvora/Devices/Vital/HalvoraSDKRealtimeData.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKSportData.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKStepSummaryData.hpp"
 #include "halvora/Devices/Vital/HalvoraSDKUser.hpp"
 #include "halvora/Devices/Vital/HalvoraSDKVitalActivityPeriod.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKVitalHRVData.hpp"
 #include "halvora/Devices/Vital/HalvoraSDKVitalParams.hpp"
 #include "halvora/Devices/Vital/HalvoraSDKVitalPeriod.hpp"
+#include "halvora/Records/HalvoraSDKHeartBeatData.hpp"
+#include "halvora/Records/HalvoraSDKOximeterData.hpp"
+#include "halvora/Records/HalvoraSDKThermometerData.hpp"
 
 namespace halvora {
 
@@ -28,14 +36,21 @@ namespace halvora {
 /// - `HalvoraSDKVitalParams`: 11;
 /// - `HalvoraSDKUser`: 13;
 /// - `HalvoraSDKVitalActivityPeriod`: 6;
-/// - `HalvoraSDKVitalPeriod`: 5, the schedule of the quantity asked for.
+/// - `HalvoraSDKVitalPeriod`: 5, the schedule of the quantity asked for;
+/// - the history downloads, each a list in arrival order: 17 `HalvoraSDKStepSummaryData` (daily totals), 18
+///   `HalvoraSDKDetailedStepData`, 19 `HalvoraSDKDetailedSleepData`, 20 and 21 `HalvoraSDKHeartBeatData`
+///   (spot and automatic heart rate), 22 and 23 `HalvoraSDKOximeterData` (spot and automatic blood oxygen),
+///   24 `HalvoraSDKVitalHRVData`, 25 `HalvoraSDKSportData`, 26 and 27 `HalvoraSDKThermometerData` (spot and
+///   automatic temperature).
 ///
-/// The history and ECG downloads add their record lists to these alternatives, and then 31 carries the
-/// decoded heart-rate status instead of its bytes.
-using HalvoraSDKResponseData =
-    std::variant<std::monostate, Date, std::int32_t, std::string, std::map<std::string, std::int32_t>,
-                 std::vector<std::uint8_t>, HalvoraSDKRealtimeData, HalvoraSDKVitalParams, HalvoraSDKUser,
-                 HalvoraSDKVitalActivityPeriod, HalvoraSDKVitalPeriod>;
+/// The ECG downloads add their records to these alternatives, and then 31 carries the decoded heart-rate
+/// status instead of its bytes.
+using HalvoraSDKResponseData = std::variant<
+    std::monostate, Date, std::int32_t, std::string, std::map<std::string, std::int32_t>, std::vector<std::uint8_t>,
+    HalvoraSDKRealtimeData, HalvoraSDKVitalParams, HalvoraSDKUser, HalvoraSDKVitalActivityPeriod, HalvoraSDKVitalPeriod,
+    std::vector<HalvoraSDKStepSummaryData>, std::vector<HalvoraSDKDetailedStepData>,
+    std::vector<HalvoraSDKDetailedSleepData>, std::vector<HalvoraSDKHeartBeatData>, std::vector<HalvoraSDKOximeterData>,
+    std::vector<HalvoraSDKVitalHRVData>, std::vector<HalvoraSDKSportData>, std::vector<HalvoraSDKThermometerData>>;
 
 /// One successful result of the Vital bracelet, handed to `braceletVitalDeviceInformation`.
 struct HalvoraSDKResponse {

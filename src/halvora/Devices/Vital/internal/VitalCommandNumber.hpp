@@ -27,6 +27,17 @@ public:
     static constexpr std::int32_t kGetDeviceBattery = 14;           ///< `getDeviceBattery`
     static constexpr std::int32_t kSetAutomaticDetection = 15;      ///< `setAutomaticDetection`
     static constexpr std::int32_t kHealthMeasurementControl = 16;   ///< `setHealthMeasurementControl`
+    static constexpr std::int32_t kGetTotalSteps = 17;              ///< daily totals
+    static constexpr std::int32_t kGetDetailedSteps = 18;           ///< `getDetailedStepData`
+    static constexpr std::int32_t kGetDetailedSleep = 19;           ///< `getDetailedSleepData`
+    static constexpr std::int32_t kGetHeartRate = 20;               ///< `getHeartRateData`
+    static constexpr std::int32_t kGetAutomaticHeartRate = 21;      ///< `getAutomaticHeartRateData`
+    static constexpr std::int32_t kGetBloodOxygen = 22;             ///< `getBloodOxygenData`
+    static constexpr std::int32_t kGetAutomaticBloodOxygen = 23;    ///< `getAutomaticBloodOxygenData`
+    static constexpr std::int32_t kGetHRV = 24;                     ///< `getHRVData`
+    static constexpr std::int32_t kGetSport = 25;                   ///< `getSportData`
+    static constexpr std::int32_t kGetTemperature = 26;             ///< `getTemperatureData`
+    static constexpr std::int32_t kGetAutomaticTemperature = 27;    ///< `getAutomaticTemperatureData`
     static constexpr std::int32_t kECGValues = 31;                  ///< heart-rate status and live ECG values
     static constexpr std::int32_t kShowQRCode = 33;                 ///< `showQRCode`
     static constexpr std::int32_t kSetAlarms = 34;                  ///< `setAlarms`

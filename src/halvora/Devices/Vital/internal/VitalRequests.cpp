@@ -145,6 +145,17 @@ std::vector<std::uint8_t> VitalRequests::plain(std::uint8_t code) {
     return VitalFrame(code).bytes();
 }
 
+std::vector<std::uint8_t> VitalRequests::history(std::uint8_t code, std::int32_t first) {
+    return VitalFrame(code).set(kFirstArgument, low(first)).bytes();
+}
+
+std::vector<std::uint8_t> VitalRequests::automaticHeartRate(std::int32_t first, std::optional<std::int32_t> record) {
+    VitalFrame frame(VitalCodes::kAutomaticHeartRate);
+    frame.set(kFirstArgument, low(first));
+    if (record) frame.set(kSecondArgument, low(*record)).set(kSecondArgument + 1, low(*record >> 8));
+    return frame.bytes();
+}
+
 std::vector<std::uint8_t> VitalRequests::setTime(Date date) {
     const std::tm local = Calendar::toLocal(date);
     const std::array<std::uint8_t, 6> fields = {bcd((local.tm_year + kTmYearBase) % kYearDigits),

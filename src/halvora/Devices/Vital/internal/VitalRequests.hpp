@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "halvora/Core/Date.hpp"
@@ -64,6 +65,11 @@ public:
     /// The block of alarm `index` of `total`.
     static std::vector<std::uint8_t> getAlarmBytesWithIndex(std::size_t index, std::size_t total,
                                                             const HalvoraSDKVitalAlarm& alarm);
+    /// A history request: `code` with the low byte of `first` in byte 1.
+    static std::vector<std::uint8_t> history(std::uint8_t code, std::int32_t first);
+    /// 0x54: the low byte of `first` in byte 1 and, when given, the low 16 bits of `record` in bytes 2 and 3
+    /// little-endian.
+    static std::vector<std::uint8_t> automaticHeartRate(std::int32_t first, std::optional<std::int32_t> record);
     /// A request of `code` alone (the reads).
     static std::vector<std::uint8_t> plain(std::uint8_t code);
 
