@@ -4,7 +4,6 @@
 #include <set>
 #include <span>
 
-#include "halvora/Core/Calendar.hpp"
 #include "halvora/Core/Log.hpp"
 #include "lab/Devices/RM830/RM830History.hpp"
 #include "lab/Devices/RM830/VirtualRM830Bootloader.hpp"
@@ -18,21 +17,12 @@ namespace halvora::lab {
 namespace {
 
 constexpr int kCentury = 2000;
-constexpr int kTmYearBase = 1900;
 constexpr std::int64_t kDaySeconds = 86400;
 constexpr int kQuarterSeconds = 900;
 constexpr int kMinHeartRate = 1;
 constexpr int kMaxHeartRate = 255;
 constexpr int kCentimetresPerDistanceUnit = 1000;       // a hundredth of a kilometre
 constexpr std::uint8_t kStrayKinds = rm830::kDayFrame;  // byte 1 of a stray frame: 0x00 to 0xEF
-
-/// The time of these fields, when they name a real calendar time.
-std::optional<BraceletTime> realTime(int year, int month, int day, int hour, int minute, int second) {
-    const std::chrono::year_month_day date{std::chrono::year{year}, std::chrono::month{static_cast<unsigned>(month)},
-                                           std::chrono::day{static_cast<unsigned>(day)}};
-    if (!date.ok() || hour > 23 || minute > 59 || second > 59) return std::nullopt;
-    return BraceletTime{year, month, day, hour, minute, second};
-}
 
 bool validHourMinute(std::optional<int> hour, std::optional<int> minute) {
     return hour && minute && *hour <= 23 && *minute <= 59;
@@ -79,8 +69,8 @@ void VirtualRM830::setScript(const RM830Script& script) {
     firmwareVersion_ = script.version;
     addedSteps_ = 0;
     heartPackets_.reset();
-    if (script.clock) anchorClock(*script.clock);
-    clockWaitsForRadio_ = script.clock && !radio();
+    // A clock set before the bracelet is in a radio waits for its first link.
+    if (script.clock) clock_.set(*script.clock, now(), !radio());
 }
 
 RM830Script VirtualRM830::script() const {
@@ -118,22 +108,11 @@ std::string VirtualRM830::firmwareVersion() const {
 }
 
 BraceletTime VirtualRM830::clockNow() const {
-    if (!clockAnchor_) return labLocalTime();
-    if (clockWaitsForRadio_) return *clockAnchor_;
-    const auto elapsed = std::chrono::duration_cast<std::chrono::seconds>(now() - clockAnchoredAt_).count();
-    return clockAnchor_->plusSeconds(elapsed);
-}
-
-BraceletTime VirtualRM830::labLocalTime() const {
-    const std::tm local = Calendar::toLocal(date());
-    return {local.tm_year + kTmYearBase, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
-            std::min(local.tm_sec, 59)};
+    return clock_.read(now(), date());
 }
 
 void VirtualRM830::anchorClock(const BraceletTime& time) {
-    clockAnchor_ = time;
-    clockAnchoredAt_ = now();
-    clockWaitsForRadio_ = false;
+    clock_.set(time, now());
 }
 
 // ---------------------------------------------------------------- link (lab queue)
@@ -142,7 +121,7 @@ void VirtualRM830::onConnected() {
     std::lock_guard lock(mutex_);
     ++generation_;
     pacer_.reset();
-    if (clockWaitsForRadio_) anchorClock(*clockAnchor_);
+    clock_.linkUp(now());
 }
 
 void VirtualRM830::onDisconnected() {
@@ -247,7 +226,7 @@ VirtualRM830::Reply VirtualRM830::onSetClock(const RM830Command& command) {
     const auto second = command.bcd(6);
     std::optional<BraceletTime> time;
     if (year && month && day && hour && minute && second) {
-        time = realTime(kCentury + *year, *month, *day, *hour, *minute, *second);
+        time = DeviceClock::realTime(kCentury + *year, *month, *day, *hour, *minute, *second);
     }
     if (!time) return answer(RM830Answers::error(command.code()));
     anchorClock(*time);

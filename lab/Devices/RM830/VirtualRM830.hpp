@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "lab/Devices/Bracelet/BraceletTime.hpp"
+#include "lab/Devices/Bracelet/DeviceClock.hpp"
 #include "lab/Devices/RM830/RM830HeartPacket.hpp"
 #include "lab/Devices/RM830/RM830Script.hpp"
 #include "lab/Devices/RM830/RM830Settings.hpp"
@@ -158,7 +159,6 @@ private:
     void send(Notifications notifications);
     void cutIfScripted(Notifications& notifications) const;
     BraceletTime clockNow() const;
-    BraceletTime labLocalTime() const;
     void anchorClock(const BraceletTime& time);
 
     // Handlers run under mutex_, on the lab queue.
@@ -205,9 +205,7 @@ private:
     std::string firmwareVersion_ = script_.version;
     bool switching_ = false;  // from an accepted 0x47 until the bracelet is back on the air
     RM830Settings settings_;
-    std::optional<BraceletTime> clockAnchor_;  // where the clock was set (by the phone or the script)
-    MonotonicTime clockAnchoredAt_{};
-    bool clockWaitsForRadio_ = false;  // a scripted clock set before the bracelet was in a radio
+    DeviceClock clock_;
     long long addedSteps_ = 0;         // steps added by real-time updates since the script was set
     std::optional<std::vector<RM830HeartPacket>> heartPackets_;
     std::deque<Frame> frames_;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "halvora/Core/Calendar.hpp"
 #include "halvora/Core/Log.hpp"
 #include "lab/Devices/Vital/internal/VitalAlarmList.hpp"
 #include "lab/Devices/Vital/internal/VitalAnswers.hpp"
@@ -17,27 +16,17 @@ static_assert(VirtualVitalBracelet::kMaxAlarms == VitalAlarmList::kMaxAlarms);
 namespace {
 
 constexpr int kCentury = 2000;
-constexpr int kTmYearBase = 1900;
 constexpr int kMinHeartRate = 1;
 constexpr int kMaxHeartRate = 255;
 constexpr int kMaxTemperature = 0xFFFF;
 constexpr int kLastHour = 23;
 constexpr int kLastMinute = 59;
-constexpr int kLastSecond = 59;
 constexpr std::uint8_t kQrShow = 0x80;
 constexpr std::size_t kStrayPayload = vital::kChecksumIndex;
 /// Byte 0 of a stray frame: the answers and events the bracelet sends, and codes it never sends.
 constexpr std::uint8_t kStrayCodes[] = {0x01, 0x03, 0x04, 0x06, 0x07, 0x09, 0x0B, 0x13, 0x15, 0x16,
                                         0x18, 0x22, 0x23, 0x26, 0x28, 0x2A, 0x2B, 0x41, 0x42, 0x4B,
                                         0x83, 0xAA, 0xB0, 0xFE, 0x00, 0x5A, 0x7F, 0xEE};
-
-/// The time of these fields, when they name a real calendar time.
-std::optional<BraceletTime> realTime(int year, int month, int day, int hour, int minute, int second) {
-    const std::chrono::year_month_day date{std::chrono::year{year}, std::chrono::month{static_cast<unsigned>(month)},
-                                           std::chrono::day{static_cast<unsigned>(day)}};
-    if (!date.ok() || hour > kLastHour || minute > kLastMinute || second > kLastSecond) return std::nullopt;
-    return BraceletTime{year, month, day, hour, minute, second};
-}
 
 /// The window of BCD bytes `at` to `at` + 3 (times) and `at` + 4 (week days); nothing when a time is not a
 /// BCD hour or minute.
@@ -89,8 +78,8 @@ void VirtualVitalBracelet::setScript(const VitalScript& script) {
     std::lock_guard lock(mutex_);
     script_ = script;
     addedSteps_ = 0;
-    if (script.clock) anchorClock(*script.clock);
-    clockWaitsForRadio_ = script.clock && !radio();
+    // A clock set before the bracelet is in a radio waits for its first link.
+    if (script.clock) clock_.set(*script.clock, now(), !radio());
 }
 
 VitalScript VirtualVitalBracelet::script() const {
@@ -133,22 +122,11 @@ int VirtualVitalBracelet::rejectedFrames() const {
 }
 
 BraceletTime VirtualVitalBracelet::clockNow() const {
-    if (!clockAnchor_) return labLocalTime();
-    if (clockWaitsForRadio_) return *clockAnchor_;
-    const auto elapsed = std::chrono::duration_cast<std::chrono::seconds>(now() - clockAnchoredAt_).count();
-    return clockAnchor_->plusSeconds(elapsed);
-}
-
-BraceletTime VirtualVitalBracelet::labLocalTime() const {
-    const std::tm local = Calendar::toLocal(date());
-    return {local.tm_year + kTmYearBase,        local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
-            std::min(local.tm_sec, kLastSecond)};
+    return clock_.read(now(), date());
 }
 
 void VirtualVitalBracelet::anchorClock(const BraceletTime& time) {
-    clockAnchor_ = time;
-    clockAnchoredAt_ = now();
-    clockWaitsForRadio_ = false;
+    clock_.set(time, now());
 }
 
 // ---------------------------------------------------------------- link (lab queue)
@@ -160,7 +138,7 @@ void VirtualVitalBracelet::onConnected() {
         std::lock_guard lock(mutex_);
         generation = ++generation_;
         pacer_.reset();
-        if (clockWaitsForRadio_) anchorClock(*clockAnchor_);
+        clock_.linkUp(now());
         script = script_;
     }
     for (const auto& after : script.sos) {
@@ -337,7 +315,7 @@ VirtualVitalBracelet::Reply VirtualVitalBracelet::onSetClock(const VitalCommand&
     const auto second = command.bcd(6);
     std::optional<BraceletTime> time;
     if (year && month && day && hour && minute && second) {
-        time = realTime(kCentury + *year, *month, *day, *hour, *minute, *second);
+        time = DeviceClock::realTime(kCentury + *year, *month, *day, *hour, *minute, *second);
     }
     if (!time) return answer(VitalAnswers::refusal(command.code()));
     anchorClock(*time);

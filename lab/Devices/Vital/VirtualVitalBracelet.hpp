@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "lab/Devices/Bracelet/BraceletTime.hpp"
+#include "lab/Devices/Bracelet/DeviceClock.hpp"
 #include "lab/Devices/Vital/VitalScript.hpp"
 #include "lab/Devices/Vital/VitalSettings.hpp"
 #include "lab/NotificationPacer.hpp"
@@ -150,7 +151,6 @@ private:
     void send(Notifications notifications);
     void cutIfScripted(Notifications& notifications) const;
     BraceletTime clockNow() const;
-    BraceletTime labLocalTime() const;
     void anchorClock(const BraceletTime& time);
 
     // Handlers run under mutex_, on the lab queue.
@@ -200,9 +200,7 @@ private:
     std::optional<VitalSettings::Parameters> pendingParameters_;  // a 0x03 waiting for its 0x06
     std::unique_ptr<VitalAlarmList> alarmList_;                   // the alarm list being put together
     int alarmPieces_ = 0;  // pieces taken; a time-out of an older piece does nothing
-    std::optional<BraceletTime> clockAnchor_;
-    MonotonicTime clockAnchoredAt_{};
-    bool clockWaitsForRadio_ = false;
+    DeviceClock clock_;
     long long addedSteps_ = 0;
     std::deque<Frame> frames_;
     int rejectedFrames_ = 0;
