@@ -67,8 +67,8 @@ TEST(VitalReplies, DispatchTableRowByRow) {
         {"51 FF", {"info 17 -1"}, true},
         {"66 FF", {"info 23 -1"}, true},
         {"71 00 00", {}, true},
-        {"99 01", {}, true},
-        {"9C 02", {}, true},
+        {"99 01", {"info 28 -1"}, true},
+        {"9C 02", {"info 29 -1"}, false},  // the status poll freed the permit when it was written
         {"57", {}, true},
         {"FF", {}, true},
         {"C3", {}, true},

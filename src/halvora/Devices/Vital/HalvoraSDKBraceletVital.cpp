@@ -2,6 +2,7 @@
 
 #include "halvora/Core/Format.hpp"
 #include "halvora/Core/PreferenceUtils.hpp"
+#include "halvora/Devices/Vital/internal/VitalECGFilter.hpp"
 #include "halvora/Devices/Vital/internal/VitalFrame.hpp"
 
 namespace halvora {
@@ -38,7 +39,7 @@ std::uint8_t HalvoraSDKBraceletVital::calculateChecksum(std::span<const std::uin
 // ------------------------------------------------------------------------------------ life
 
 HalvoraSDKBraceletVital::HalvoraSDKBraceletVital(DriverContext context)
-    : SerialCommandDevice(std::move(context), profile()) {}
+    : SerialCommandDevice(std::move(context), profile()), ecgFilter_(std::make_unique<VitalECGFilter>()) {}
 
 HalvoraSDKBraceletVital::~HalvoraSDKBraceletVital() = default;
 

@@ -20,6 +20,7 @@
 #include "halvora/Devices/Vital/HalvoraSDKUser.hpp"
 #include "halvora/Devices/Vital/HalvoraSDKVitalActivityPeriod.hpp"
 #include "halvora/Devices/Vital/HalvoraSDKVitalAlarm.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKVitalECGData.hpp"
 #include "halvora/Devices/Vital/HalvoraSDKVitalHRVData.hpp"
 #include "halvora/Devices/Vital/HalvoraSDKVitalParams.hpp"
 #include "halvora/Devices/Vital/HalvoraSDKVitalPeriod.hpp"
@@ -29,6 +30,8 @@
 #include "halvora/Records/HalvoraSDKThermometerData.hpp"
 
 namespace halvora {
+
+class VitalECGFilter;
 
 /// The "J2025E" wrist bracelet (device kind 10), which speaks in fixed 16-byte frames: the request code in
 /// byte 0, the payload in bytes 1 to 14 (zero where unused) and in byte 15 the low byte of the sum of bytes 0
@@ -54,11 +57,12 @@ namespace halvora {
 /// reading, 3 `getStepGoal`, 4 `setStepGoal`, 5 `getAutomaticDetection`, 6 `getActivityPeriod`, 7
 /// `setActivityPeriod`, 8 `getMACAddress`, 9 `setRealtimeStepCounting` (refusal), 10 `setDeviceParameters`,
 /// 11 `getDeviceParameters`, 12 `setUserInformation`, 13 `getUserInformation`, 14 `getDeviceBattery`, 15
-/// `setAutomaticDetection`, 16 `setHealthMeasurementControl`, 31 heart-rate status, 33 `showQRCode`, 34
+/// `setAutomaticDetection`, 16 `setHealthMeasurementControl`, 33 `showQRCode`, 34
 /// `setAlarms`, 35 `sportModeControlEnable`, 36 `setWeather`, 38 and 39 sport heartbeats; the history
 /// downloads 17 daily totals, 18 steps, 19 sleep, 20 heart rate, 21 automatic heart rate, 22 blood oxygen,
-/// 23 automatic blood oxygen, 24 HRV, 25 sport, 26 temperature, 27 automatic temperature (28 to 30 and 32
-/// belong to the ECG downloads). See HalvoraSDKResponse for each result's value.
+/// 23 automatic blood oxygen, 24 HRV, 25 sport, 26 temperature, 27 automatic temperature; the ECG 28 start of
+/// an upload, 29 measurement status, 30 finished measurement, 31 heart-rate status and live values, 32 stored
+/// waveform. See HalvoraSDKResponse for each result's value.
 ///
 /// History downloads: the request clears its list (heart rate and HRV share one, as do the two temperature,
 /// the two blood-oxygen and the two step requests, so a request clears its partner's records too) and takes
@@ -70,13 +74,26 @@ namespace halvora {
 /// Argument errors: `setDeviceParameters` 0 (no notifications), 3 (heart-rate base outside 40 to 255), 4
 /// (brightness outside 0 to 15), 5 (dial outside 0 to 9); `setActivityPeriod` 7 (reminder period from 256),
 /// 8 (minimum steps from 256), 6 (invalid window); `setAutomaticDetection` 2 (interval from 65536 in mode
-/// 2), 6 (invalid window unless off); `sportModeControlEnable` 2 (time period from 256). Checks run in that
-/// order; the first that fails is reported.
+/// 2), 6 (invalid window unless off); `sportModeControlEnable` 2 (time period from 256); `getECGWaveform` 2
+/// (record outside 0 to 255). Checks run in that order; the first that fails is reported.
 ///
 /// The permit: a reply frees it only when a request holds it, so the bracelet's own traffic (the real-time
 /// stream, events, replies nobody asked for) never hands out a spare permit that would let two requests be
 /// outstanding. Events (0x16, 0x18, 0xFE), the heart-rate status (0x83) and 0xAA keep it as it is; every
-/// other reply code, known or not, frees it.
+/// other reply code, known or not, frees it, except the ECG status (0x9C) and waveform pages before the end
+/// page (0x71), which keep it.
+///
+/// ECG: `getECGStartDataUploading` (0x99) resets the filter and expects live frames (0xAA); its answer's
+/// status is reported as command 28 and frees the permit, a status above 1 stops expecting live frames.
+/// `getECGMeasurementStatus` (0x9C) frees the permit as soon as it is written; its answer reports the
+/// status as command 29, after the measurement's summary as command 30 when the status is 3 (finished,
+/// which also stops expecting live frames). The heart-rate status (0x83) is command 31. Live frames are
+/// decoded only while an upload is expected (command 31, one record per frame, dated on arrival); others
+/// are dropped. `getECGWaveform` (0x71, the record number in byte 1) resets the filter and starts a new
+/// record: the first page carries its header (and samples from byte 27), later pages samples from byte 3
+/// (pages shorter than 4 bytes carry none), and the 3-byte end page delivers it as command 32 and frees the
+/// permit. Every sample goes through the kit's band-pass filter, one continuous filter from each start to
+/// the next.
 ///
 /// Bad input: every notification is untrusted; one without a byte is ignored. A reply shorter than the bytes
 /// its decoder reads reports nothing and frees the permit as its row says (a short 0x04 still sends the
@@ -84,8 +101,13 @@ namespace halvora {
 /// history lists are the only buffers that grow from the bracelet's input: each holds at most
 /// `VitalHistoryPages::kMaxRecords` (100,000) records, further records of a transfer are dropped and the
 /// transfer still ends with its end mark. A record cut short by the notification's end, or with an invalid
-/// date, gives nothing; a history reply without a record slot is ignored and keeps the permit. ECG download
-/// replies (0x71, 0x99, 0x9C) free the permit and are logged; their decoding comes with the ECG downloads.
+/// date, gives nothing; a history reply without a record slot is ignored and keeps the permit. A waveform
+/// record holds at most `kMaxECGSamples` samples: further samples of the transfer are dropped and counted (one
+/// log line at the first drop, one with the count when the record is delivered), and the end page still
+/// delivers the record. ECG replies too short for their
+/// fields report nothing (a short 0x99 still frees the permit; a finished status without its summary reports
+/// only command 29); a first waveform page too short for its header is ignored. Dates that are not valid
+/// leave the record's date at the epoch.
 ///
 /// Threads: everything the driver holds is touched on its callback queue ("halvora.cb"): its peripheral's
 /// events arrive there and its command-queue items run there. The public requests and `deinit` must be
@@ -204,6 +226,24 @@ public:
     /// 0x66: the automatic blood oxygen (command 23). `record` is not sent.
     void getAutomaticBloodOxygenData(std::int32_t first = 0, std::int32_t record = 0);
 
+    // ------------------------------------------------------------------ ECG (call on the callback queue)
+
+    /// Samples one waveform record holds at most (a recording lasts minutes at a few hundred samples a
+    /// second, far below this); further samples are dropped, counted and logged.
+    static constexpr std::size_t kMaxECGSamples = 1000000;
+    /// Record numbers `getECGWaveform` accepts: 0 to this.
+    static constexpr std::int32_t kMaxECGRecord = 255;
+
+    /// 0x99: resets the filter and starts an ECG upload; live frames are expected from now on (command 28,
+    /// a `HalvoraSDKVitalECGStatus` without data).
+    void getECGStartDataUploading();
+    /// 0x9C: asks for the measurement status; the permit is freed once written (command 29, and 30 first
+    /// when the measurement is finished).
+    void getECGMeasurementStatus();
+    /// 0x71: downloads the stored waveform `record` (0 to 255; any other is refused with error 2) through the
+    /// freshly reset filter (command 32).
+    void getECGWaveform(std::int32_t record);
+
     // ------------------------------------------------------------------ state, for tools and tests
 
     /// The last parameter record accepted or read. Call on the callback queue.
@@ -253,6 +293,9 @@ private:
     void handleUser(std::span<const std::uint8_t> reply);
     void handleStepGoal(std::span<const std::uint8_t> reply);
     void handleHistoryPage(std::span<const std::uint8_t> reply);
+    void handleECGWaveformPage(std::span<const std::uint8_t> reply);
+    void handleECGStarted(std::span<const std::uint8_t> reply);
+    void handleECGStatus(std::span<const std::uint8_t> reply);
 
     // History (HalvoraSDKBraceletVitalHistory.cpp).
     void requestHistory(std::vector<std::uint8_t> frame, void (HalvoraSDKBraceletVital::*clear)());
@@ -272,14 +315,18 @@ private:
     void handleSportPage(std::span<const std::uint8_t> reply);
     void handleBloodOxygenPage(std::span<const std::uint8_t> reply, std::int32_t command);
     void handleTemperaturePage(std::span<const std::uint8_t> reply, const char* request, std::int32_t command);
+    void handleSOS();
+
+    // ECG (HalvoraSDKBraceletVitalECG.cpp).
     void handleHeartRateStatus(std::span<const std::uint8_t> reply);
     void handleECGValues(std::span<const std::uint8_t> reply);
-    void handleSOS();
+    void startECGRecord(std::span<const std::uint8_t> header);
+    void appendECGSamples(std::span<const std::uint8_t> page, std::size_t first);
 
     HalvoraSDKVitalParams parameters_;
     bool slotHeld_ = false;
     bool syncParams_ = false;  // never set: 0x83 is always the heart-rate status
-    bool waitingECG_ = false;  // set by the ECG upload, which comes with the ECG downloads
+    bool waitingECG_ = false;  // live ECG frames are expected
     bool waitingHeartRateResponse_ = false;
     std::int32_t periodType_ = 0;
     std::int32_t healthMeasurement_ = 0;
@@ -293,6 +340,11 @@ private:
     std::vector<HalvoraSDKOximeterData> bloodOxygen_;
     std::vector<HalvoraSDKThermometerData> temperatures_;
     std::vector<HalvoraSDKSportData> sports_;
+
+    // ECG: one filter from each start on, the waveform record being assembled and its dropped samples.
+    std::unique_ptr<VitalECGFilter> ecgFilter_;
+    std::optional<HalvoraSDKVitalECGData> ecgRecord_;
+    std::size_t ecgSamplesDropped_ = 0;
 };
 
 }  // namespace halvora

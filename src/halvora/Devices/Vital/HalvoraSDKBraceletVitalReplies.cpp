@@ -75,6 +75,12 @@ void HalvoraSDKBraceletVital::handleReply(std::span<const std::uint8_t> reply) {
             return handleStepGoal(reply);
         case VitalReplyAction::HistoryPage:
             return handleHistoryPage(reply);
+        case VitalReplyAction::ECGWaveformPage:
+            return handleECGWaveformPage(reply);
+        case VitalReplyAction::ECGStarted:
+            return handleECGStarted(reply);
+        case VitalReplyAction::ECGStatus:
+            return handleECGStatus(reply);
         case VitalReplyAction::HeartRateStatus:
             return handleHeartRateStatus(reply);
         case VitalReplyAction::ECGValues:
@@ -182,21 +188,7 @@ void HalvoraSDKBraceletVital::handleSOS() {
 
 void HalvoraSDKBraceletVital::handleHistoryPage(std::span<const std::uint8_t> reply) {
     if (handleHistory(reply)) return;
-    // The ECG downloads decode these pages; until they do, a page ends its request.
-    log().writef("HalvoraSDKBraceletVital: download reply 0x%02x not decoded", reply[0]);
-    releaseSemaphore();
-}
-
-void HalvoraSDKBraceletVital::handleHeartRateStatus(std::span<const std::uint8_t> reply) {
-    if (syncParams_) return sendError(VitalErrorNumber::kRefused, N::kSetDeviceParameters, kRelease);
-    // The heart-rate status of an ECG measurement; the ECG decoding turns these bytes into its record.
-    sendSuccessfulCommand(N::kECGValues, kNoType, P::payload(reply), kKeep);
-}
-
-void HalvoraSDKBraceletVital::handleECGValues(std::span<const std::uint8_t> reply) {
-    if (!waitingECG_) return;  // no ECG upload under way: dropped, the permit stays as it is
-    // Live ECG samples; the ECG decoding (filter and record) replaces this hand-over of the raw bytes.
-    sendSuccessfulCommand(N::kECGValues, kNoType, P::payload(reply), kKeep);
+    releaseSemaphore();  // the table sends only history codes here; anything else just ends its request
 }
 
 }  // namespace halvora

@@ -14,6 +14,9 @@
 #include "halvora/Devices/Vital/HalvoraSDKStepSummaryData.hpp"
 #include "halvora/Devices/Vital/HalvoraSDKUser.hpp"
 #include "halvora/Devices/Vital/HalvoraSDKVitalActivityPeriod.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKVitalECGConstantsData.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKVitalECGData.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKVitalECGStatus.hpp"
 #include "halvora/Devices/Vital/HalvoraSDKVitalHRVData.hpp"
 #include "halvora/Devices/Vital/HalvoraSDKVitalParams.hpp"
 #include "halvora/Devices/Vital/HalvoraSDKVitalPeriod.hpp"
@@ -31,7 +34,7 @@ namespace halvora {
 /// - `std::string`: 8, the MAC address ("AA:BB:CC:DD:EE:FF");
 /// - `std::map<std::string, std::int32_t>`: 14, the battery level under "batteryLevel";
 /// - `std::vector<std::uint8_t>`: the bytes after the code of answers the kit passes on undecoded: 16 (the
-///   health-measurement answer), 31 (the heart-rate status answer 0x83) and 38 (a sport heartbeat with data);
+///   health-measurement answer) and 38 (a sport heartbeat with data);
 /// - `HalvoraSDKRealtimeData`: 2, one real-time reading;
 /// - `HalvoraSDKVitalParams`: 11;
 /// - `HalvoraSDKUser`: 13;
@@ -41,16 +44,19 @@ namespace halvora {
 ///   `HalvoraSDKDetailedStepData`, 19 `HalvoraSDKDetailedSleepData`, 20 and 21 `HalvoraSDKHeartBeatData`
 ///   (spot and automatic heart rate), 22 and 23 `HalvoraSDKOximeterData` (spot and automatic blood oxygen),
 ///   24 `HalvoraSDKVitalHRVData`, 25 `HalvoraSDKSportData`, 26 and 27 `HalvoraSDKThermometerData` (spot and
-///   automatic temperature).
-///
-/// The ECG downloads add their records to these alternatives, and then 31 carries the decoded heart-rate
-/// status instead of its bytes.
+///   automatic temperature);
+/// - the ECG: `HalvoraSDKVitalECGStatus` 28 (the start's status, no data) and 29 (the measurement status,
+///   with the summary when it is 3, finished); `HalvoraSDKVitalECGConstantsData` 30 (the finished
+///   measurement's summary) and 31 (the heart-rate status: heart rate and HRV); `HalvoraSDKVitalECGData` 31
+///   (one live frame of filtered samples) and 32 (a stored waveform with its header values). 31 thus
+///   carries either of two alternatives: test which one it holds.
 using HalvoraSDKResponseData = std::variant<
     std::monostate, Date, std::int32_t, std::string, std::map<std::string, std::int32_t>, std::vector<std::uint8_t>,
     HalvoraSDKRealtimeData, HalvoraSDKVitalParams, HalvoraSDKUser, HalvoraSDKVitalActivityPeriod, HalvoraSDKVitalPeriod,
     std::vector<HalvoraSDKStepSummaryData>, std::vector<HalvoraSDKDetailedStepData>,
     std::vector<HalvoraSDKDetailedSleepData>, std::vector<HalvoraSDKHeartBeatData>, std::vector<HalvoraSDKOximeterData>,
-    std::vector<HalvoraSDKVitalHRVData>, std::vector<HalvoraSDKSportData>, std::vector<HalvoraSDKThermometerData>>;
+    std::vector<HalvoraSDKVitalHRVData>, std::vector<HalvoraSDKSportData>, std::vector<HalvoraSDKThermometerData>,
+    HalvoraSDKVitalECGStatus, HalvoraSDKVitalECGConstantsData, HalvoraSDKVitalECGData>;
 
 /// One successful result of the Vital bracelet, handed to `braceletVitalDeviceInformation`.
 struct HalvoraSDKResponse {

@@ -38,7 +38,11 @@ public:
     static constexpr std::int32_t kGetSport = 25;                   ///< `getSportData`
     static constexpr std::int32_t kGetTemperature = 26;             ///< `getTemperatureData`
     static constexpr std::int32_t kGetAutomaticTemperature = 27;    ///< `getAutomaticTemperatureData`
+    static constexpr std::int32_t kECGStartUploading = 28;          ///< `getECGStartDataUploading`
+    static constexpr std::int32_t kECGMeasurementStatus = 29;       ///< `getECGMeasurementStatus`: the status
+    static constexpr std::int32_t kECGMeasurementFinished = 30;     ///< the summary of a finished measurement
     static constexpr std::int32_t kECGValues = 31;                  ///< heart-rate status and live ECG values
+    static constexpr std::int32_t kECGWaveform = 32;                ///< `getECGWaveform`
     static constexpr std::int32_t kShowQRCode = 33;                 ///< `showQRCode`
     static constexpr std::int32_t kSetAlarms = 34;                  ///< `setAlarms`
     static constexpr std::int32_t kSportModeControl = 35;           ///< `sportModeControlEnable`

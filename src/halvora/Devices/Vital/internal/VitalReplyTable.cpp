@@ -83,10 +83,13 @@ VitalReplyRow VitalReplyTable::rowFor(std::uint8_t code) {
         case C::kTemperature:
         case C::kAutomaticTemperature:
         case C::kAutomaticBloodOxygen:
-        case C::kECGWaveform:
-        case C::kECGStartUploading:
-        case C::kECGStatus:
             return row(A::HistoryPage);
+        case C::kECGWaveform:
+            return row(A::ECGWaveformPage);
+        case C::kECGStartUploading:
+            return row(A::ECGStarted);
+        case C::kECGStatus:
+            return row(A::ECGStatus);
         case C::refused(C::kSetTime):
             return refused(N::kSetTime);
         case C::refused(C::kSetUser):

@@ -23,7 +23,10 @@ enum class VitalReplyAction {
     Time,                    ///< 0x41: the clock (command 1)
     User,                    ///< 0x42: the user record (command 13)
     StepGoal,                ///< 0x4B: the step goal (command 3)
-    HistoryPage,             ///< a history or ECG download reply (0x51 ... 0x66, 0x71, 0x99, 0x9C)
+    HistoryPage,             ///< a history download reply (0x51 ... 0x66)
+    ECGWaveformPage,         ///< 0x71: a page of a stored ECG waveform (command 32 at its end)
+    ECGStarted,              ///< 0x99: the answer to the start of an ECG upload (command 28)
+    ECGStatus,               ///< 0x9C: the ECG measurement status (commands 30 and 29)
     HeartRateStatus,         ///< 0x83: the heart-rate status (command 31)
     ECGValues,               ///< 0xAA: live ECG values, only during an ECG upload
     SOS,                     ///< 0xFE: the wearer's SOS
