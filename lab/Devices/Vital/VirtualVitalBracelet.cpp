@@ -6,6 +6,7 @@
 #include "lab/Devices/Vital/internal/VitalAlarmList.hpp"
 #include "lab/Devices/Vital/internal/VitalAnswers.hpp"
 #include "lab/Devices/Vital/internal/VitalCommand.hpp"
+#include "lab/Devices/Vital/internal/VitalECGRecorder.hpp"
 #include "lab/Devices/Vital/internal/VitalProtocol.hpp"
 #include "lab/Radio.hpp"
 
@@ -53,7 +54,9 @@ int signedByte(std::uint8_t byte) {
 }  // namespace
 
 VirtualVitalBracelet::VirtualVitalBracelet(VirtualPeripheralConfig config)
-    : VirtualPeripheral(std::move(config)), alarmList_(std::make_unique<VitalAlarmList>()) {
+    : VirtualPeripheral(std::move(config)),
+      alarmList_(std::make_unique<VitalAlarmList>()),
+      ecg_(std::make_unique<VitalECGRecorder>()) {
     addService(kService);
     addCharacteristic(kService, kWrite, CharacteristicPropertyWrite | CharacteristicPropertyWriteWithoutResponse);
     addCharacteristic(kService, kNotify, CharacteristicPropertyNotify);
@@ -78,6 +81,8 @@ void VirtualVitalBracelet::setScript(const VitalScript& script) {
     std::lock_guard lock(mutex_);
     script_ = script;
     addedSteps_ = 0;
+    history_.reset();
+    ecg_->stop();
     // A clock set before the bracelet is in a radio waits for its first link.
     if (script.clock) clock_.set(*script.clock, now(), !radio());
 }
@@ -163,6 +168,7 @@ void VirtualVitalBracelet::onDisconnected() {
     pacer_.reset();
     realTimeStream_ = 0;
     alarmList_->reset();
+    ecg_->stop();
 }
 
 void VirtualVitalBracelet::onWrite(const BLEUUID& characteristic, const std::vector<std::uint8_t>& value, WriteType) {
@@ -207,6 +213,9 @@ VirtualVitalBracelet::Handler VirtualVitalBracelet::handlerFor(std::uint8_t code
         {vital::kSetDetection, &VirtualVitalBracelet::onSetDetection},
         {vital::kReadDetection, &VirtualVitalBracelet::onReadDetection},
         {vital::kQrCode, &VirtualVitalBracelet::onQrCode},
+        {vital::kECGStart, &VirtualVitalBracelet::onECGStart},
+        {vital::kECGStatus, &VirtualVitalBracelet::onECGStatus},
+        {vital::kWaveform, &VirtualVitalBracelet::onWaveform},
     };
     for (const auto& [known, handler] : table) {
         if (known == code) return handler;
@@ -453,10 +462,6 @@ VirtualVitalBracelet::Reply VirtualVitalBracelet::onReadDetection(const VitalCom
 VirtualVitalBracelet::Reply VirtualVitalBracelet::onQrCode(const VitalCommand& command) {
     settings_.qrShown = command.byte(1) == kQrShow;
     return answer(VitalAnswers::qrCode(command.byte(1)));
-}
-
-VirtualVitalBracelet::Reply VirtualVitalBracelet::onHistory(const VitalCommand& command) {
-    return answer(VitalAnswers::acknowledgement(command.code()));
 }
 
 // ---------------------------------------------------------------- real-time data

@@ -12,6 +12,8 @@
 
 #include "lab/Devices/Bracelet/BraceletTime.hpp"
 #include "lab/Devices/Bracelet/DeviceClock.hpp"
+#include "lab/Devices/Vital/VitalECGRecord.hpp"
+#include "lab/Devices/Vital/VitalHistory.hpp"
 #include "lab/Devices/Vital/VitalScript.hpp"
 #include "lab/Devices/Vital/VitalSettings.hpp"
 #include "lab/NotificationPacer.hpp"
@@ -21,6 +23,7 @@ namespace halvora::lab {
 
 class VitalAlarmList;
 class VitalCommand;
+class VitalECGRecorder;
 
 /// The Vital wrist bracelet ("J2025E"), seen from the bracelet's side.
 ///
@@ -61,8 +64,17 @@ class VitalCommand;
 ///     today's steps (bytes 1 to 4 little-endian, growing), the heart rate (byte 5) and, when byte 2 asked
 ///     for it, the skin temperature in tenths of a degree Celsius (bytes 6 and 7 little-endian, else 0).
 ///     0x09 with byte 1 = 0 stops them and is answered with one frame of the values then;
-///   - the history and ECG requests (0x51 to 0x66, 0x71, 0x99, 0x9C) are answered with the code alone for
-///     now: the bracelet holds no history yet;
+///   - the history requests (0x51 to 0x56, 0x5C, 0x60, 0x62, 0x65, 0x66) page through the stored history
+///     (the script's records and the days it generates, VitalScript::History), several records per
+///     notification, split where the seed draws, then the 0xFF end mark (layouts and request arguments:
+///     VitalHistoryPages in internal/);
+///   - the electrocardiogram (VitalScript::ECG; frames: VitalECGRecorder in internal/): 0x99 answers a
+///     status byte and, unless the script refuses, starts a measurement: 19-byte 0xAA frames of nine
+///     samples paced at 512 samples a second for the scripted duration, a 0x83 heart-rate status each
+///     second; 0x9C answers the status (measuring, or finished with the summary); the finished measurement
+///     is stored. 0x71 pages a stored record back (header page, sample pages, the end page 71 FF FF, which
+///     alone answers a record not held). The history is generated and the stored records made at the
+///     first history or ECG request after the script is set, from the clock then;
 ///   - 0x18 from the phone (its answer to the bracelet's heartbeat) is counted and not answered;
 ///   - any other code is answered with the code | 0x80.
 /// Events on script, timed from the link's start: SOS (0xFE alone), the firmware-command event (0x16 with
@@ -70,8 +82,9 @@ class VitalCommand;
 /// today's steps in bytes 2 to 5, or the code alone without data). Real-time data stop when the link ends.
 /// The script's faults (VitalFaults) and the lab's link faults apply on top.
 ///
-/// Caps: the list of frames received keeps the latest kMaxRecordedFrames; an alarm list holds at most
-/// kMaxAlarms alarms (a list announcing more is refused at its first piece); detection schedules and measurement
+/// Caps: the list of frames received keeps the latest kMaxRecordedFrames; at most
+/// VitalScript::ECG::kMaxStoredRecords electrocardiograms are kept (a new one drops the oldest); an alarm list holds at
+/// most kMaxAlarms alarms (a list announcing more is refused at its first piece); detection schedules and measurement
 /// controls are kept by their one-byte codes (at most 256 each); stream and stray intervals shorter than
 /// kMinStreamInterval count as that.
 ///
@@ -121,6 +134,10 @@ public:
     std::vector<std::vector<std::uint8_t>> framesReceived() const;
     /// Writes ignored for their length or checksum, and alarm lists dropped.
     int rejectedFrames() const;
+    /// The stored history the bracelet pages (made now from the clock if no request made it yet).
+    VitalHistory history();
+    /// The electrocardiograms stored, oldest first (made now if no request made them yet).
+    std::vector<VitalECGRecord> ecgRecords();
 
 protected:
     /// A new link: the scripted events and the stray stream are timed from now.
@@ -178,7 +195,13 @@ private:
     Reply onSetDetection(const VitalCommand& command);
     Reply onReadDetection(const VitalCommand& command);
     Reply onQrCode(const VitalCommand& command);
+    // History and electrocardiogram (VirtualVitalBraceletHistory.cpp).
     Reply onHistory(const VitalCommand& command);
+    Reply onECGStart(const VitalCommand& command);
+    Reply onECGStatus(const VitalCommand& command);
+    Reply onWaveform(const VitalCommand& command);
+    void makeStoredRecords();
+    void tickECG(int generation, int run);
 
     // Under mutex_.
     Frame realTimeFrame();
@@ -205,8 +228,11 @@ private:
     std::deque<Frame> frames_;
     int rejectedFrames_ = 0;
     int streamCounter_ = 0;
-    int realTimeStream_ = 0;  // the real-time stream running (0: none)
-    int generation_ = 0;      // changes with every link start and end; timers of an older one do nothing
+    int realTimeStream_ = 0;                 // the real-time stream running (0: none)
+    int generation_ = 0;                     // changes with every link start and end; timers of an older one do nothing
+    std::unique_ptr<VitalECGRecorder> ecg_;  // the measurement under way and the stored records
+    std::optional<VitalHistory> history_;    // made at the first request after the script is set
+    int ecgRun_ = 0;                         // the measurement the live-frame timer belongs to
     NotificationPacer pacer_{*this, kNotify};
 };
 

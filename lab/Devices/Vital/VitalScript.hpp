@@ -9,6 +9,7 @@
 #include "halvora/Runtime/Task.hpp"
 #include "lab/Devices/Bracelet/BraceletTime.hpp"
 #include "lab/Devices/Vital/VitalFaults.hpp"
+#include "lab/Devices/Vital/VitalHistory.hpp"
 
 namespace halvora::lab {
 
@@ -23,6 +24,37 @@ struct VitalScript {
     struct Heartbeat {
         Duration after{};      ///< after the link came up
         bool withData = true;  ///< with the heart rate and steps, or the code alone
+    };
+    /// The stored history: the scripted records, plus `days` generated ones ending at the bracelet's clock.
+    struct History {
+        /// Seeds the generated days (and the stored electrocardiograms); the same seed and clock give the
+        /// same history.
+        std::uint64_t seed = 1;
+        /// Days generated from the seed, today included (0: none), at most kMaxDays.
+        int days = 0;
+        /// Records sent as they are, before the generated ones of the same kind.
+        VitalHistory records;
+        /// The most days the bracelet generates.
+        static constexpr int kMaxDays = 60;
+    };
+    /// The electrocardiogram the bracelet records on 0x99, and the ones it holds already.
+    struct ECG {
+        /// The heart rate recorded, beats per minute (40 to 200); also the summary's.
+        int heartRate = 72;
+        /// The heart-rate variability, milliseconds (0 to 255): the beats vary by about this much; also
+        /// the summary's.
+        int hrv = 42;
+        /// Breaths per minute reported in the summary (0 to 60).
+        int breathingRate = 16;
+        /// How long a measurement lasts.
+        Duration duration = std::chrono::seconds(30);
+        /// A status above 1 refuses every 0x99 with it (nothing is recorded); absent: measurements start.
+        std::optional<std::uint8_t> refuseWith;
+        /// Records stored already, numbered from 1, generated from the history's seed when the script is
+        /// set (at most kMaxStoredRecords).
+        int storedRecords = 1;
+        /// The most records the bracelet keeps; a new measurement beyond it drops the oldest.
+        static constexpr int kMaxStoredRecords = 16;
     };
 
     /// Where the clock stands when the script is set (or, for a bracelet not yet in a radio, when it first
@@ -54,6 +86,11 @@ struct VitalScript {
     std::vector<FirmwareCommand> firmwareCommands;
     /// Sport heartbeat packets (0x18).
     std::vector<Heartbeat> heartbeats;
+
+    /// The stored history (0x51 to 0x66).
+    History history;
+    /// The electrocardiogram (0x99, 0x9C, 0x71).
+    ECG ecg;
 
     /// Between two notifications of one answer; zero sends them back to back.
     Duration notificationGap = Duration::zero();

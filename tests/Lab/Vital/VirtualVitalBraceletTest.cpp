@@ -74,8 +74,8 @@ TEST(VirtualVitalBracelet, MalformedAndUnknownFrames) {
             {"activity ending at 24:00", VitalBench::frame(0x25, {0x08, 0x00, 0x24, 0x00, 0x1F}), one(0xA5)},
             {"detection window not BCD", VitalBench::frame(0x2A, {1, 0x0A, 0, 0x20, 0, 0x7F, 0, 0, 1}), one(0xAA)},
             {"unknown code", VitalBench::frame(0x50, {1}), one(0xD0)},
-            {"history request", VitalBench::frame(0x53, {1}), one(0x53)},
-            {"ECG request", VitalBench::frame(0x99), one(0x99)},
+            {"sleep of today, nothing stored", VitalBench::frame(0x53, {1}), {bytes("53 FF FF")}},
+            {"ECG status before any measurement", VitalBench::frame(0x9C), one(0x9C, {0})},
             {"the phone's answer to a heartbeat", VitalBench::frame(0x18), {}},
             // Not trusted at all: no answer.
             {"wrong checksum", bytes("0B 39 30 00 00 00 00 00 00 00 00 00 00 00 00 75"), {}},

@@ -25,13 +25,40 @@
 //     "cutAnswersTo"         answers are cut to this many bytes, 0 to 15
 //     "cutAnswerCodes"       the answers (by their byte 0) "cutAnswersTo" cuts; absent or empty: all
 //     "strayEveryMs"         while linked, a frame nobody asked for every this long, 10 to 600000
+//   "history"             the stored history the phone pages through (0x51 to 0x66); every key optional:
+//     "seed"                 seeds the generated days and the stored electrocardiograms, 0 to 2147483647
+//                            (default 1)
+//     "days"                 days generated from the seed, ending with the clock's day, 0 (default) to 60:
+//                            steps, totals, a night of sleep, heart rate, blood oxygen, HRV, sport, temperature
+//     explicit records, sent before the generated ones of their kind, each with its "time" (a clock time):
+//     "totals"               [{"time" (its day counts), "steps", "activeMinutes", "distance" (hundredths of a
+//                            km), "calories" (hundredths of a kcal), "exerciseMinutes"}], 0 to 2000000000
+//     "steps"                [{"time", "steps", "calories" (hundredths), "distance" (hundredths of a km), each
+//                            0 to 65535, "perMinute": up to ten steps per minute, 0 to 255}]
+//     "sleep"                [{"time", "minutes": one value per minute (0 none, 1 deep, other light), 0 to
+//                            255, at most 1440}]
+//     "heartRate", "bloodOxygen", "automaticBloodOxygen"      [{"time", "value": 0 to 255}]
+//     "temperature", "automaticTemperature"                   [{"time", "value": tenths of a degree, 0 to 65535}]
+//     "automaticHeartRate"   [{"time" (the first sample), "samples": up to fifteen, 15 minutes apart, 0 to 255}]
+//     "hrv"                  [{"time", "hrv", "vascularAging", "heartRate", "fatigue", "systolic", "diastolic"},
+//                            each 0 to 255]
+//     "sport"                [{"time", "heartRate" (0 to 255), "steps", "calories" (kcal), "distance" (metres),
+//                            each 0 to 65535, "activeSeconds", "exerciseSeconds" (0 to 2000000000), "type" (0
+//                            to 255)}]
+//   "ecg"                 the electrocardiogram (0x99, 0x9C, 0x71); every key optional:
+//     "heartRate"            beats per minute recorded and reported, 40 to 200 (default 72)
+//     "hrv"                  milliseconds the beats vary by, and the reported HRV, 0 to 255 (default 42)
+//     "breathingRate"        breaths per minute reported, 0 to 60 (default 16)
+//     "seconds"              how long a measurement streams, 1 to 600 (default 30)
+//     "refuse"               answer every 0x99 with this status, 2 to 255, and record nothing
+//     "records"              electrocardiograms stored already (numbered from 1), 0 to 16 (default 1)
 
 #include <algorithm>
 #include <cctype>
 #include <limits>
 
-#include "JsonReader.hpp"
 #include "BraceletTimeField.hpp"
+#include "JsonReader.hpp"
 #include "LabCatalog.hpp"
 #include "halvora/Core/Format.hpp"
 #include "lab/Devices/Vital/VirtualVitalBracelet.hpp"
@@ -150,10 +177,149 @@ lab::VitalFaults readFaults(const JsonReader& faults) {
     return out;
 }
 
+constexpr int kMaxSeed = std::numeric_limits<int>::max();
+constexpr int kMax16 = 0xFFFF;
+constexpr int kMaxRecordsPerKind = 100000;
+constexpr int kMinECGRate = 40;
+constexpr int kMaxECGRate = 200;
+constexpr int kMaxBreathingRate = 60;
+constexpr int kMaxECGSeconds = 600;
+constexpr int kFirstRefusal = 2;
+constexpr std::size_t kMaxSleepMinutes = 24 * 60;
+
+/// A list of numbers from 0 to 255, at most `most` of them.
+std::vector<std::uint8_t> byteList(const JsonReader& reader, const char* key, std::size_t most) {
+    std::vector<std::uint8_t> out;
+    if (!reader.has(key)) return out;
+    const auto& list = reader.json()[key];
+    const std::string expected = "expected a list of at most " + std::to_string(most) + " numbers from 0 to 255";
+    if (!list.is_array() || list.size() > most) reader.fail(key, expected);
+    for (const auto& value : list) {
+        if (!value.is_number_integer() || value.get<long long>() < 0 || value.get<long long>() > kMaxByte) {
+            reader.fail(key, expected);
+        }
+        out.push_back(static_cast<std::uint8_t>(value.get<int>()));
+    }
+    return out;
+}
+
+/// The records of `key`, each read by `read` after its fields are checked against `fields` and "time".
+template <typename Record, typename Read>
+std::vector<Record> recordList(const JsonReader& history, const char* key, std::vector<std::string> fields, Read read) {
+    const auto items = history.objects(key);
+    if (items.size() > static_cast<std::size_t>(kMaxRecordsPerKind)) history.fail(key, "more than 100000 records");
+    fields.push_back("time");
+    std::vector<Record> out;
+    for (const auto& item : items) {
+        item.rejectUnknown(fields);
+        out.push_back(read(item, readTwoDigitYearTime(item, "time")));
+    }
+    return out;
+}
+
+std::vector<lab::VitalHistory::Reading> readings(const JsonReader& history, const char* key, int highest) {
+    return recordList<lab::VitalHistory::Reading>(
+        history, key, {"value"}, [highest](const JsonReader& item, const lab::BraceletTime& time) {
+            return lab::VitalHistory::Reading{time, static_cast<std::uint32_t>(item.integerIn("value", 0, 0, highest))};
+        });
+}
+
+std::uint32_t count(const JsonReader& item, const char* key, int highest) {
+    return static_cast<std::uint32_t>(item.integerIn(key, 0, 0, highest));
+}
+
+std::uint8_t byteField(const JsonReader& item, const char* key) {
+    return static_cast<std::uint8_t>(item.integerIn(key, 0, 0, kMaxByte));
+}
+
+lab::VitalHistory readHistoryRecords(const JsonReader& h) {
+    using History = lab::VitalHistory;
+    using Time = lab::BraceletTime;
+    History out;
+    out.totals = recordList<History::DayTotal>(
+        h, "totals", {"steps", "activeMinutes", "distance", "calories", "exerciseMinutes"},
+        [](const JsonReader& i, const Time& t) {
+            return History::DayTotal{Time{t.year, t.month, t.day, 0, 0, 0}, count(i, "steps", kMaxSteps),
+                                     count(i, "activeMinutes", kMaxSteps),  count(i, "distance", kMaxSteps),
+                                     count(i, "calories", kMaxSteps),       count(i, "exerciseMinutes", kMaxSteps)};
+        });
+    out.steps = recordList<History::StepBlock>(
+        h, "steps", {"steps", "calories", "distance", "perMinute"}, [](const JsonReader& i, const Time& t) {
+            History::StepBlock b{
+                t, count(i, "steps", kMax16), count(i, "calories", kMax16), count(i, "distance", kMax16), {}};
+            const auto perMinute = byteList(i, "perMinute", b.perMinute.size());
+            std::copy(perMinute.begin(), perMinute.end(), b.perMinute.begin());
+            return b;
+        });
+    out.sleep = recordList<History::SleepBlock>(h, "sleep", {"minutes"}, [](const JsonReader& i, const Time& t) {
+        return History::SleepBlock{t, byteList(i, "minutes", kMaxSleepMinutes)};
+    });
+    out.automaticHeartRates =
+        recordList<History::HeartSeries>(h, "automaticHeartRate", {"samples"}, [](const JsonReader& i, const Time& t) {
+            History::HeartSeries s{t, {}};
+            const auto samples = byteList(i, "samples", s.samples.size());
+            std::copy(samples.begin(), samples.end(), s.samples.begin());
+            return s;
+        });
+    out.heartRates = readings(h, "heartRate", kMaxByte);
+    out.bloodOxygen = readings(h, "bloodOxygen", kMaxByte);
+    out.automaticBloodOxygen = readings(h, "automaticBloodOxygen", kMaxByte);
+    out.temperatures = readings(h, "temperature", kMax16);
+    out.automaticTemperatures = readings(h, "automaticTemperature", kMax16);
+    out.hrv = recordList<History::HrvReading>(h, "hrv",
+                                              {"hrv", "vascularAging", "heartRate", "fatigue", "systolic", "diastolic"},
+                                              [](const JsonReader& i, const Time& t) {
+                                                  return History::HrvReading{t,
+                                                                             byteField(i, "hrv"),
+                                                                             byteField(i, "vascularAging"),
+                                                                             byteField(i, "heartRate"),
+                                                                             byteField(i, "fatigue"),
+                                                                             byteField(i, "systolic"),
+                                                                             byteField(i, "diastolic")};
+                                              });
+    out.sports = recordList<History::SportSession>(
+        h, "sport", {"heartRate", "steps", "calories", "distance", "activeSeconds", "exerciseSeconds", "type"},
+        [](const JsonReader& i, const Time& t) {
+            return History::SportSession{t,
+                                         byteField(i, "heartRate"),
+                                         static_cast<std::uint16_t>(count(i, "steps", kMax16)),
+                                         static_cast<std::uint16_t>(count(i, "calories", kMax16)),
+                                         static_cast<std::uint16_t>(count(i, "distance", kMax16)),
+                                         count(i, "activeSeconds", kMaxSteps),
+                                         count(i, "exerciseSeconds", kMaxSteps),
+                                         byteField(i, "type")};
+        });
+    return out;
+}
+
+lab::VitalScript::History readHistory(const JsonReader& h) {
+    h.rejectUnknown({"seed", "days", "totals", "steps", "sleep", "heartRate", "automaticHeartRate", "bloodOxygen",
+                     "automaticBloodOxygen", "hrv", "sport", "temperature", "automaticTemperature"});
+    lab::VitalScript::History out;
+    out.seed = static_cast<std::uint64_t>(h.integerIn("seed", static_cast<int>(out.seed), 0, kMaxSeed));
+    out.days = h.integerIn("days", out.days, 0, lab::VitalScript::History::kMaxDays);
+    out.records = readHistoryRecords(h);
+    return out;
+}
+
+lab::VitalScript::ECG readECG(const JsonReader& e) {
+    e.rejectUnknown({"heartRate", "hrv", "breathingRate", "seconds", "refuse", "records"});
+    lab::VitalScript::ECG out;
+    out.heartRate = e.integerIn("heartRate", out.heartRate, kMinECGRate, kMaxECGRate);
+    out.hrv = e.integerIn("hrv", out.hrv, 0, kMaxByte);
+    out.breathingRate = e.integerIn("breathingRate", out.breathingRate, 0, kMaxBreathingRate);
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(out.duration).count();
+    out.duration = std::chrono::seconds(e.integerIn("seconds", static_cast<int>(seconds), 1, kMaxECGSeconds));
+    if (e.has("refuse"))
+        out.refuseWith = static_cast<std::uint8_t>(e.integerIn("refuse", kFirstRefusal, kFirstRefusal, kMaxByte));
+    out.storedRecords = e.integerIn("records", out.storedRecords, 0, lab::VitalScript::ECG::kMaxStoredRecords);
+    return out;
+}
+
 lab::VitalScript readVitalScript(const JsonReader& script) {
     script.rejectUnknown({"clock", "battery", "macAddress", "steps", "stepsPerUpdate", "heartRate", "heartRateSpread",
                           "temperature", "temperatureSpread", "realTimeIntervalMs", "sos", "firmwareCommands",
-                          "heartbeats", "notificationGapMs", "faults"});
+                          "heartbeats", "notificationGapMs", "faults", "history", "ecg"});
     lab::VitalScript out;
     if (script.has("clock")) out.clock = readTwoDigitYearTime(script, "clock");
     out.battery = script.integerIn("battery", out.battery, 0, kMaxPercent);
@@ -171,6 +337,8 @@ lab::VitalScript readVitalScript(const JsonReader& script) {
     out.heartbeats = readHeartbeats(script);
     out.notificationGap = script.millisecondsIn("notificationGapMs", out.notificationGap, 0, kMaxGapMs);
     out.faults = readFaults(script.object("faults"));
+    out.history = readHistory(script.object("history"));
+    out.ecg = readECG(script.object("ecg"));
     return out;
 }
 
@@ -178,11 +346,12 @@ lab::VitalScript readVitalScript(const JsonReader& script) {
 
 void addVitalLabClasses(std::vector<LabClass>& classes) {
     LabClass c = scriptedLabClass<lab::VirtualVitalBracelet>("HalvoraSDKBraceletVital", DeviceTypeBraceletVital,
-                                                               lab::VirtualVitalBracelet::kService, &readVitalScript);
-    c.defaultScript = {{"battery", 78},      {"macAddress", "C8:4A:20:25:0E:10"},
-                       {"steps", 6420},      {"stepsPerUpdate", 3},
-                       {"heartRate", 74},    {"heartRateSpread", 3},
-                       {"temperature", 364}, {"temperatureSpread", 2}};
+                                                             lab::VirtualVitalBracelet::kService, &readVitalScript);
+    c.defaultScript = {{"battery", 78},           {"macAddress", "C8:4A:20:25:0E:10"},
+                       {"steps", 6420},           {"stepsPerUpdate", 3},
+                       {"heartRate", 74},         {"heartRateSpread", 3},
+                       {"temperature", 364},      {"temperatureSpread", 2},
+                       {"history", {{"days", 7}}}};
     classes.push_back(std::move(c));
 }
 

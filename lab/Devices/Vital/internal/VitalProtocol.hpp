@@ -40,9 +40,11 @@ constexpr std::uint8_t kReadUser = 0x42;
 constexpr std::uint8_t kReadStepGoal = 0x4B;
 constexpr std::uint8_t kQrCode = 0xB0;
 
-// History and ECG requests, answered with the code alone for now.
-constexpr std::uint8_t kHistoryCodes[] = {0x51, 0x52, 0x53, 0x54, 0x55, 0x56, 0x5C,
-                                          0x60, 0x62, 0x65, 0x66, 0x71, 0x99, 0x9C};
+// History requests (paged answers) and the electrocardiogram's requests.
+constexpr std::uint8_t kHistoryCodes[] = {0x51, 0x52, 0x53, 0x54, 0x55, 0x56, 0x5C, 0x60, 0x62, 0x65, 0x66};
+constexpr std::uint8_t kECGStart = 0x99;
+constexpr std::uint8_t kECGStatus = 0x9C;
+constexpr std::uint8_t kWaveform = 0x71;
 
 // Events the bracelet raises by itself.
 constexpr std::uint8_t kFirmwareCommand = 0x16;
@@ -60,7 +62,7 @@ std::uint8_t checksum(std::span<const std::uint8_t> bytes);
 std::uint8_t toBcd(int value);
 /// The value of a BCD byte; nothing when a nibble is above 9.
 std::optional<int> fromBcd(std::uint8_t byte);
-/// Whether `code` is one of the history and ECG requests.
+/// Whether `code` is one of the history requests.
 bool isHistoryCode(std::uint8_t code);
 
 }  // namespace halvora::lab::vital
