@@ -2,35 +2,42 @@
 #include <gtest/gtest.h>
 
 #include "halvora/Manager/RecognitionTable.hpp"
+#include "lab/Devices/Bracelet/VirtualBracelet.hpp"
 #include "lab/Devices/Measurement/VirtualBabyThermometer.hpp"
 #include "lab/Devices/Measurement/VirtualHeartDevice.hpp"
 #include "lab/Devices/Measurement/VirtualHeartDeviceV2.hpp"
-#include "lab/Devices/Bracelet/VirtualBracelet.hpp"
-#include "lab/Devices/RM830/VirtualRM830.hpp"
-#include "lab/Devices/RM830/VirtualRM830Bootloader.hpp"
-#include "lab/Devices/Tensio/VirtualTensioBracelet.hpp"
-#include "lab/Devices/Vital/VirtualVitalBracelet.hpp"
 #include "lab/Devices/Measurement/VirtualHeartDeviceV3.hpp"
 #include "lab/Devices/Measurement/VirtualOximeter.hpp"
 #include "lab/Devices/Measurement/VirtualThermometer.hpp"
 #include "lab/Devices/Measurement/VirtualThermometerV2.hpp"
 #include "lab/Devices/Measurement/VirtualThermometerV3.hpp"
 #include "lab/Devices/Measurement/VirtualWeightScale.hpp"
+#include "lab/Devices/RM830/VirtualRM830.hpp"
+#include "lab/Devices/RM830/VirtualRM830Bootloader.hpp"
+#include "lab/Devices/Tensio/VirtualTensioBracelet.hpp"
+#include "lab/Devices/Vital/VirtualVitalBracelet.hpp"
 #include "support/FakePeripheral.hpp"
 
 namespace halvora {
 namespace {
 
-std::string classFor(const std::optional<std::string>& name) {
+std::string classFor(const std::optional<std::string>& name, const AdvertisementData* advertisement = nullptr) {
     auto peripheral = std::make_shared<test::FakePeripheral>("6F1C2D3E-0000-4000-8000-000000000001", name);
-    const DriverClass* row = RecognitionTable::recognise(peripheral, nullptr);
+    const DriverClass* row = RecognitionTable::recognise(peripheral, advertisement);
     return row ? row->className : "none";
+}
+
+/// An advertisement carrying this local name (none: no local name at all).
+AdvertisementData advertising(const std::optional<std::string>& localName) {
+    AdvertisementData advertisement;
+    advertisement.localName = localName;
+    return advertisement;
 }
 
 TEST(RecognitionTable, NamesResolveInTheFixedOrder) {
     const std::vector<std::pair<std::optional<std::string>, std::string>> cases = {
-        {"Bluetooth BP", "HalvoraSDKHeartDevice"},            // exactly: the monitor, never the thermometer
-        {"Bluetooth BP 2", "HalvoraSDKThermometer"},          // longer names reach the thermometer
+        {"Bluetooth BP", "HalvoraSDKHeartDevice"},    // exactly: the monitor, never the thermometer
+        {"Bluetooth BP 2", "HalvoraSDKThermometer"},  // longer names reach the thermometer
         {"My Bluetooth BP", "HalvoraSDKThermometer"},
         {"bluetooth bp", "none"},
         {"eBlood-Pressure", "HalvoraSDKHeartDeviceV2"},
@@ -42,7 +49,7 @@ TEST(RecognitionTable, NamesResolveInTheFixedOrder) {
         {"BLT_M70C", "HalvoraSDKOximeter"},
         {"BLT_M70C2", "none"},
         {"e-Thermometer", "HalvoraSDKThermometerV2"},
-        {"E-THERMOMETER X", "HalvoraSDKThermometerV2"},       // lower-cased comparison
+        {"E-THERMOMETER X", "HalvoraSDKThermometerV2"},  // lower-cased comparison
         {"xBelter_TPx", "HalvoraSDKThermometerV2"},
         {"dmt-4760B", "HalvoraSDKThermometerV3"},
         {"iCcur-1", "HalvoraSDKBabyThermometer"},
@@ -50,9 +57,32 @@ TEST(RecognitionTable, NamesResolveInTheFixedOrder) {
         {"Chipsea-BLE 01", "HalvoraSDKWeightScale"},
         {"", "none"},
         {std::nullopt, "none"},
+        {"tameinagli", "none"},  // the pill box is asked only with an advertisement
     };
     for (const auto& [name, expected] : cases) {
         EXPECT_EQ(classFor(name), expected) << "name \"" << name.value_or("(none)") << "\"";
+    }
+
+    // With the advertisement: the pill box, last, by its name or else by the advertised local name.
+    struct Advertised {
+        std::optional<std::string> name;
+        std::optional<std::string> localName;
+        std::string expected;
+    };
+    const std::vector<Advertised> advertised = {
+        {"tameinagli", std::nullopt, "HalvoraSDKPillReminder"},
+        {"", "tameinagli", "HalvoraSDKPillReminder"},
+        {std::nullopt, "tameinagli", "HalvoraSDKPillReminder"},
+        {"Box 7", "tameinagli", "HalvoraSDKPillReminder"},
+        {"Tameinagli", "tameinagli2", "none"},
+        {"", "", "none"},
+        {"BPW1", "tameinagli", "HalvoraSDKTensioBracelet"},  // the name-only rows come first
+        {"Bluetooth BP", "tameinagli", "HalvoraSDKHeartDevice"},
+    };
+    for (const auto& [name, localName, expected] : advertised) {
+        const auto advertisement = advertising(localName);
+        EXPECT_EQ(classFor(name, &advertisement), expected)
+            << "name \"" << name.value_or("(none)") << "\", local name \"" << localName.value_or("(none)") << "\"";
     }
 }
 
@@ -74,8 +104,13 @@ TEST(RecognitionTable, RowsKeepTheRecognitionOrderAndKinds) {
         {"HalvoraSDKBabyThermometer", DeviceTypeBabyThermometer},
         {"HalvoraSDKWeightScale", DeviceTypeWeightScale},
         {"HalvoraSDKTensioBracelet", DeviceTypeTensioBracelet},
+        {"HalvoraSDKPillReminder", DeviceTypePillReminder},
     };
     EXPECT_EQ(rows, expected);
+    // Only the pill box needs the advertisement.
+    for (const auto& row : RecognitionTable::rows()) {
+        EXPECT_EQ(row.needsAdvertisement, row.kind == DeviceTypePillReminder) << row.className;
+    }
 }
 
 TEST(RecognitionTable, EveryVirtualDeviceResolvesToTheClassThatPlaysIt) {
@@ -103,8 +138,8 @@ TEST(RecognitionTable, EveryVirtualDeviceResolvesToTheClassThatPlaysIt) {
     for (const auto& [device, expected] : devices) {
         EXPECT_EQ(classFor(device->name()), expected) << device->name().value_or("(none)");
         // The class also serves the device's own service.
-        const DriverClass* row = RecognitionTable::firstOfKind(RecognitionTable::recognise(
-            std::make_shared<test::FakePeripheral>(id, device->name()), nullptr)->kind);
+        const DriverClass* row = RecognitionTable::firstOfKind(
+            RecognitionTable::recognise(std::make_shared<test::FakePeripheral>(id, device->name()), nullptr)->kind);
         ASSERT_NE(row, nullptr);
         EXPECT_TRUE(device->gattTable().hasAnyService({row->serviceUUID})) << expected;
     }

@@ -16,6 +16,7 @@ class HalvoraBraceletRM830Delegate;
 class FirmwareUpdateObserver;
 class HalvoraTensioBraceletDelegate;
 class HalvoraBraceletVITALDelegate;
+class HalvoraPillReminderDelegate;
 
 /// Where a driver finds the application's delegate of its kind at the moment of delivery. The manager
 /// implements it (every getter answers the delegate the application set, or nothing); a test can hand a
@@ -46,6 +47,8 @@ public:
     virtual std::shared_ptr<HalvoraTensioBraceletDelegate> tensioBraceletDelegate() const { return nullptr; }
     /// The Vital bracelet's delegate.
     virtual std::shared_ptr<HalvoraBraceletVITALDelegate> braceletVITALDelegate() const { return nullptr; }
+    /// The pill box's delegate.
+    virtual std::shared_ptr<HalvoraPillReminderDelegate> pillReminderDelegate() const { return nullptr; }
     /// The observer of firmware updates, when the application set one.
     virtual std::shared_ptr<FirmwareUpdateObserver> firmwareUpdateObserver() const { return nullptr; }
 };

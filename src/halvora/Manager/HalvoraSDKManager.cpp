@@ -174,6 +174,8 @@ HALVORA_DELEGATE_PROPERTY(FirmwareUpdateObserver, firmwareUpdateObserver, setFir
                           firmwareUpdateObserver_)
 HALVORA_DELEGATE_PROPERTY(HalvoraTensioBraceletDelegate, tensioBraceletDelegate, setTensioBraceletDelegate,
                           tensioBraceletDelegate_)
+HALVORA_DELEGATE_PROPERTY(HalvoraPillReminderDelegate, pillReminderDelegate, setPillReminderDelegate,
+                          pillReminderDelegate_)
 HALVORA_DELEGATE_PROPERTY(HalvoraBraceletVITALDelegate, braceletVITALDelegate, setBraceletVITALDelegate,
                           braceletVITALDelegate_)
 

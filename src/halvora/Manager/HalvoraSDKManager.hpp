@@ -24,6 +24,8 @@
 #include "halvora/Devices/Measurement/HalvoraOximeterDelegate.hpp"
 #include "halvora/Devices/Measurement/HalvoraThermometerDelegate.hpp"
 #include "halvora/Devices/Measurement/HalvoraWeightScaleDelegate.hpp"
+#include "halvora/Devices/PillReminder/HalvoraPillReminderDelegate.hpp"
+#include "halvora/Devices/PillReminder/HalvoraSDKPillReminderAlarmData.hpp"
 #include "halvora/Devices/RM830/HalvoraBraceletRM830Delegate.hpp"
 #include "halvora/Devices/RM830/HalvoraSDKRM830TimeRange.hpp"
 #include "halvora/Devices/Tensio/HalvoraSDKTensioBraceletConfig.hpp"
@@ -306,6 +308,59 @@ public:
     /// Shows a text on the bracelet's display.
     void sendTextToRM610HR(const std::string& text);
 
+    // ------------------------------------------------------------ Vital bracelet (kind 10), history and ECG
+    // History results arrive at `braceletVITALDelegate` as lists under the command numbers of
+    // `HalvoraSDKBraceletVital` (17 to 27).
+    /// The stored history of one kind, as `getVitalData(type, false)`.
+    bool getVitalData(std::int32_t type);
+    /// The stored history of one kind: 0 heart rate (automatic when `periodically`, command 21, else spot,
+    /// 20), 1 temperature (27 or 26), 2 blood oxygen (23 or 22), 3 HRV (24), 4 detailed steps (18), 5 sleep
+    /// (19), 6 sport (25); `periodically` counts for 0 to 2 only. Any other type: false, nothing sent.
+    bool getVitalData(std::int32_t type, bool periodically);
+    /// The daily totals (command 17).
+    bool getVitalTotalSteps();
+    /// Starts an ECG measurement and its live upload: the start's status (command 28), then live frames of
+    /// filtered samples and heart-rate statuses (31).
+    bool startVitalECG();
+    /// The ECG measurement's status (command 29; when finished, its summary first as command 30).
+    bool getVitalECGStatus();
+    /// The stored ECG waveform record 0 (command 32).
+    bool getVitalECGWaveform();
+    /// The stored ECG waveform `record` (command 32; a record outside 0 to 255: error 2 for command 32).
+    bool getVitalECGWaveform(std::int32_t record);
+
+    // ------------------------------------------------------------ pill box (kind 9)
+    // Each forwards to the pill box's driver, which queues the request; results and errors arrive at
+    // `pillReminderDelegate` with the request's number. Each returns true when a pill-box driver was found.
+    /// The box's clock (request 1).
+    bool prGetDeviceTime();
+    /// The box's time zone, as text (request 3).
+    bool prGetDeviceTimeZone();
+    /// The box's battery level, as text (request 4).
+    bool prGetBatteryLevel();
+    /// The date of the box's last synchronisation (request 5).
+    bool prGetLatestSynchronizationTime();
+    /// Marks the box synchronised (request 6).
+    bool prSetSuccessfulSynchronizationStatus();
+    /// Empties the box's taken/missed history (request 7).
+    bool prClearSchedulePerformanceHistory();
+    /// The box's alarm schedule (request 9).
+    bool prGetAlarmSchedule();
+    /// Clears the box's schedule, then writes these alarms (requests 14 and 8).
+    bool prSetAlarmSchedule(const std::vector<HalvoraSDKPillReminderAlarmData>& alarms);
+    /// The box's taken/missed history (request 10).
+    bool prGetSchedulePerformanceHistory();
+    /// Sets how long an alarm rings (request 12; one byte, in the box's unit).
+    bool prSetAlarmDuration(std::int32_t value);
+    /// Sets how long the box waits for a dose to be confirmed (request 13; one byte, in the box's unit).
+    bool prSetAlarmConfirmationTime(std::int32_t value);
+    /// Empties the box's alarm schedule (request 14).
+    bool prClearAlarmSchedule();
+    /// Sets the box's clock to the phone's local time (request 0).
+    bool prSetDeviceTime();
+    /// Sets the box's time zone (request 2; hours -12..12, minutes 0..59, else nothing is sent).
+    bool prSetDeviceTimeZone(std::int32_t hours, std::int32_t minutes);
+
     // ------------------------------------------------------------ delegates (held weakly)
     std::shared_ptr<HalvoraSDKManagerDelegate> delegate() const override;
     /// Sets the general delegate (held weakly).
@@ -344,6 +399,10 @@ public:
     std::shared_ptr<HalvoraTensioBraceletDelegate> tensioBraceletDelegate() const override;
     /// Sets the wrist blood-pressure bracelet's delegate (held weakly).
     void setTensioBraceletDelegate(std::weak_ptr<HalvoraTensioBraceletDelegate> delegate);
+    /// The pill box's delegate.
+    std::shared_ptr<HalvoraPillReminderDelegate> pillReminderDelegate() const override;
+    /// Sets the pill box's delegate (held weakly).
+    void setPillReminderDelegate(std::weak_ptr<HalvoraPillReminderDelegate> delegate);
     std::shared_ptr<FirmwareUpdateObserver> firmwareUpdateObserver() const override;
     /// Sets the observer of firmware updates (held weakly). Without one an update runs silently: the
     /// application hears only of the connections it causes.
@@ -488,6 +547,7 @@ private:
     std::weak_ptr<HalvoraBraceletRM830Delegate> braceletRM830Delegate_;
     std::weak_ptr<FirmwareUpdateObserver> firmwareUpdateObserver_;
     std::weak_ptr<HalvoraTensioBraceletDelegate> tensioBraceletDelegate_;
+    std::weak_ptr<HalvoraPillReminderDelegate> pillReminderDelegate_;
     std::weak_ptr<HalvoraBraceletVITALDelegate> braceletVITALDelegate_;
 };
 

@@ -57,7 +57,8 @@ HALVORA_BRACELET_ROW_1(sendTextToRM610HR, const std::string&, sendText(value))
 
 void HalvoraSDKManager::getBraceletCurrentSteps() {
     forwardTo<HalvoraSDKBracelet>(DeviceTypeBracelet, [](HalvoraSDKBracelet& d) { d.getCurrentSteps(); });
-    // A connected Vital bracelet is asked for its day's total too, once that family is in the kit.
+    // Always: a connected Vital bracelet is asked for its daily totals too.
+    getVitalTotalSteps();
 }
 
 void HalvoraSDKManager::getBraceletBattery() {

@@ -1,5 +1,7 @@
-// Facade rows of the Vital bracelet (kind 10), settings: each forwards to the driver registered for the kind,
-// on its callback queue, and says whether there was one; without one nothing happens.
+// Facade rows of the Vital bracelet (kind 10), settings, history and ECG: each forwards to the driver registered for
+// the kind, on its callback queue, and says whether there was one; without one nothing happens.
+#include <array>
+
 #include "halvora/Devices/Vital/HalvoraSDKBraceletVital.hpp"
 #include "halvora/Manager/internal/ForwardTo.hpp"
 
@@ -20,16 +22,37 @@ constexpr std::int32_t kQuantities = 3;
 constexpr std::int32_t kSportStart = 1;
 constexpr std::int32_t kSportStop = 4;
 constexpr std::int32_t kNoValue = -1;
+/// The stored ECG record the waveform request without a number downloads.
+constexpr std::int32_t kFirstECGRecord = 0;
+
+/// One history kind's requests: the spot (or only) one and the automatic one (the same where the bracelet
+/// keeps no automatic series).
+struct HistoryRequests {
+    void (*spot)(Vital&);
+    void (*automatic)(Vital&);
+};
+
+/// The history kinds by number: 0 heart rate, 1 temperature, 2 blood oxygen, 3 HRV, 4 detailed steps, 5 sleep,
+/// 6 sport.
+constexpr std::array<HistoryRequests, 7> kHistoryRequests = {{
+    {[](Vital& d) { d.getHeartRateData(); }, [](Vital& d) { d.getAutomaticHeartRateData(); }},
+    {[](Vital& d) { d.getTemperatureData(); }, [](Vital& d) { d.getAutomaticTemperatureData(); }},
+    {[](Vital& d) { d.getBloodOxygenData(); }, [](Vital& d) { d.getAutomaticBloodOxygenData(); }},
+    {[](Vital& d) { d.getHRVData(); }, [](Vital& d) { d.getHRVData(); }},
+    {[](Vital& d) { d.getDetailedStepData(); }, [](Vital& d) { d.getDetailedStepData(); }},
+    {[](Vital& d) { d.getDetailedSleepData(); }, [](Vital& d) { d.getDetailedSleepData(); }},
+    {[](Vital& d) { d.getSportData(); }, [](Vital& d) { d.getSportData(); }},
+}};
 
 }  // namespace
 
-#define HALVORA_VITAL_ROW(name, call)                                                  \
-    bool HalvoraSDKManager::name() {                                                  \
+#define HALVORA_VITAL_ROW(name, call)                                               \
+    bool HalvoraSDKManager::name() {                                                \
         return forwardTo<Vital>(DeviceTypeBraceletVital, [](Vital& d) { d.call; }); \
     }
-#define HALVORA_VITAL_ROW_1(name, Type, call)                                                      \
-    bool HalvoraSDKManager::name(Type value) {                                                     \
-        return forwardTo<Vital>(DeviceTypeBraceletVital, [value](Vital& d) { d.call; });           \
+#define HALVORA_VITAL_ROW_1(name, Type, call)                                            \
+    bool HalvoraSDKManager::name(Type value) {                                           \
+        return forwardTo<Vital>(DeviceTypeBraceletVital, [value](Vital& d) { d.call; }); \
     }
 
 HALVORA_VITAL_ROW_1(setBraceletTime, Date, setTime(value))
@@ -47,6 +70,11 @@ HALVORA_VITAL_ROW_1(stopVitalMeasurement, std::int32_t, setHealthMeasurementCont
 HALVORA_VITAL_ROW_1(showVitalQR, bool, showQRCode(value))
 HALVORA_VITAL_ROW_1(setVitalStepsGoal, std::uint32_t, setStepGoal(value))
 HALVORA_VITAL_ROW(getVitalStepsGoal, getStepGoal())
+HALVORA_VITAL_ROW(getVitalTotalSteps, getDaySteps())
+HALVORA_VITAL_ROW(startVitalECG, getECGStartDataUploading())
+HALVORA_VITAL_ROW(getVitalECGStatus, getECGMeasurementStatus())
+HALVORA_VITAL_ROW(getVitalECGWaveform, getECGWaveform(kFirstECGRecord))
+HALVORA_VITAL_ROW_1(getVitalECGWaveform, std::int32_t, getECGWaveform(value))
 HALVORA_VITAL_ROW_1(setVitalWeather, const HalvoraSDKVitalWeather&, setWeather(value))
 
 #undef HALVORA_VITAL_ROW
@@ -84,6 +112,17 @@ bool HalvoraSDKManager::setVitalAlarms(const std::vector<HalvoraSDKVitalAlarm>& 
         return false;
     }
     return forwardTo<Vital>(DeviceTypeBraceletVital, [alarms](Vital& d) { d.setAlarms(alarms); });
+}
+
+bool HalvoraSDKManager::getVitalData(std::int32_t type) {
+    return getVitalData(type, false);
+}
+
+bool HalvoraSDKManager::getVitalData(std::int32_t type, bool periodically) {
+    if (type < 0 || static_cast<std::size_t>(type) >= kHistoryRequests.size()) return false;
+    const auto& requests = kHistoryRequests[static_cast<std::size_t>(type)];
+    const auto request = periodically ? requests.automatic : requests.spot;
+    return forwardTo<Vital>(DeviceTypeBraceletVital, [request](Vital& d) { request(d); });
 }
 
 }  // namespace halvora

@@ -10,6 +10,7 @@
 #include "halvora/Devices/Measurement/HalvoraSDKThermometerV2.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKThermometerV3.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKWeightScale.hpp"
+#include "halvora/Devices/PillReminder/HalvoraSDKPillReminder.hpp"
 #include "halvora/DFU/HalvoraSDKBraceletRM830DFU.hpp"
 #include "halvora/Devices/RM830/HalvoraSDKBraceletRM830.hpp"
 #include "halvora/Devices/Tensio/HalvoraSDKTensioBracelet.hpp"
@@ -33,6 +34,24 @@ DriverClass nameRow(const char* className, DeviceKind kind, std::vector<std::str
     row.create = [](DriverContext context) -> std::shared_ptr<BLEDevice> {
         return std::make_shared<Driver>(std::move(context));
     };
+    return row;
+}
+
+/// The pill box's row: recognised by the peripheral's name or by the advertised local name, so it needs the
+/// advertisement.
+DriverClass pillReminderRow() {
+    DriverClass row;
+    row.className = "HalvoraSDKPillReminder";
+    row.kind = DeviceTypePillReminder;
+    row.names = {HalvoraSDKPillReminder::getName()};
+    row.serviceUUID = HalvoraSDKPillReminder::rsServiceUUID();
+    row.matches = [](const std::shared_ptr<Peripheral>& peripheral, const AdvertisementData* advertisement) {
+        return HalvoraSDKPillReminder::matchDevice(peripheral, advertisement);
+    };
+    row.create = [](DriverContext context) -> std::shared_ptr<BLEDevice> {
+        return std::make_shared<HalvoraSDKPillReminder>(std::move(context));
+    };
+    row.needsAdvertisement = true;
     return row;
 }
 
@@ -61,7 +80,8 @@ std::vector<DriverClass> makeRows() {
     // The weight scale takes any name containing this fragment (case-sensitive).
     rows.push_back(nameRow<HalvoraSDKWeightScale>("HalvoraSDKWeightScale", DeviceTypeWeightScale, {"Chipsea-BLE"}));
     rows.push_back(nameRow<HalvoraSDKTensioBracelet>("HalvoraSDKTensioBracelet", DeviceTypeTensioBracelet, {"BPW1"}));
-    // Then: pill reminder.
+    // Last: the pill box, by name or by the advertised local name.
+    rows.push_back(pillReminderRow());
     return rows;
 }
 
