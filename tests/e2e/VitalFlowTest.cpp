@@ -1,6 +1,7 @@
 // Whole flows through the manager with the virtual Vital bracelet, in virtual time: the two-step parameter
 // exchange, the battery through the bracelets' battery request, the alarm list at and over its limit, the
-// schedule of an unknown quantity, a command the bracelet refuses, and the clock. Each flow ends with no
+// schedule of an unknown quantity, a command the bracelet refuses, the clock, and which history request each
+// history kind and ECG request sends. Each flow ends with no
 // command waiting in the driver's queue.
 #include <gtest/gtest.h>
 
@@ -265,6 +266,103 @@ TEST(VitalFlow, ClockSetThenReadBack) {
     // The bracelet's clock runs on from the time set; the exchange takes well under a second.
     EXPECT_GE(*read, set);
     EXPECT_LT(*read - set, seconds(2));
+    w.expectIdle();
+}
+
+/// The frames the bracelet received after the first `before`.
+std::vector<std::vector<std::uint8_t>> framesSince(const lab::VirtualVitalBracelet& bracelet, std::size_t before) {
+    const auto frames = bracelet.framesReceived();
+    return {frames.begin() + static_cast<std::ptrdiff_t>(std::min(before, frames.size())), frames.end()};
+}
+
+TEST(VitalFlow, EachHistoryKindAndECGRequestSendsItsFrame) {
+    struct Case {
+        const char* name;
+        bool (*call)(HalvoraSDKManager&);
+        std::uint8_t code;          // 0: refused, nothing sent
+        std::uint8_t argument = 0;  // byte 1: the public history requests ask from the first record on
+    };
+    const Case cases[] = {
+        {"heart rate", [](HalvoraSDKManager& m) { return m.getVitalData(0); }, 0x55},
+        {"automatic heart rate", [](HalvoraSDKManager& m) { return m.getVitalData(0, true); }, 0x54},
+        {"temperature", [](HalvoraSDKManager& m) { return m.getVitalData(1, false); }, 0x62},
+        {"automatic temperature", [](HalvoraSDKManager& m) { return m.getVitalData(1, true); }, 0x65},
+        {"blood oxygen", [](HalvoraSDKManager& m) { return m.getVitalData(2); }, 0x60},
+        {"automatic blood oxygen", [](HalvoraSDKManager& m) { return m.getVitalData(2, true); }, 0x66},
+        {"hrv", [](HalvoraSDKManager& m) { return m.getVitalData(3); }, 0x56},
+        {"hrv periodically", [](HalvoraSDKManager& m) { return m.getVitalData(3, true); }, 0x56},
+        {"steps", [](HalvoraSDKManager& m) { return m.getVitalData(4); }, 0x52},
+        {"sleep", [](HalvoraSDKManager& m) { return m.getVitalData(5, true); }, 0x53},
+        {"sport", [](HalvoraSDKManager& m) { return m.getVitalData(6); }, 0x5C},
+        {"daily totals", [](HalvoraSDKManager& m) { return m.getVitalTotalSteps(); }, 0x51},
+        {"ECG start", [](HalvoraSDKManager& m) { return m.startVitalECG(); }, 0x99},
+        {"ECG status", [](HalvoraSDKManager& m) { return m.getVitalECGStatus(); }, 0x9C},
+        {"ECG waveform", [](HalvoraSDKManager& m) { return m.getVitalECGWaveform(); }, 0x71},
+        {"ECG waveform 5", [](HalvoraSDKManager& m) { return m.getVitalECGWaveform(5); }, 0x71, 5},
+        {"kind 7", [](HalvoraSDKManager& m) { return m.getVitalData(7); }, 0},
+        {"kind 7 periodically", [](HalvoraSDKManager& m) { return m.getVitalData(7, true); }, 0},
+        {"kind -1", [](HalvoraSDKManager& m) { return m.getVitalData(-1, true); }, 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        VitalLab w;
+        w.connect();
+        const auto before = w.bracelet->framesReceived().size();
+        EXPECT_EQ(c.call(*w.lab.manager), c.code != 0);
+        w.lab.advance(seconds(1));
+        const auto sent = framesSince(*w.bracelet, before);
+        if (c.code == 0) {
+            EXPECT_TRUE(sent.empty());
+            continue;
+        }
+        ASSERT_EQ(sent.size(), 1U);
+        ASSERT_GE(sent[0].size(), 2U);
+        EXPECT_EQ(sent[0][0], c.code);
+        EXPECT_EQ(sent[0][1], c.argument);
+    }
+}
+
+TEST(VitalFlow, HistoryWithoutAVitalBraceletIsNotForwarded) {
+    VitalLab w;
+    EXPECT_FALSE(w.lab.manager->getVitalData(0));
+    EXPECT_FALSE(w.lab.manager->getVitalData(2, true));
+    EXPECT_FALSE(w.lab.manager->getVitalTotalSteps());
+}
+
+TEST(VitalFlow, CurrentStepsOfTheBraceletsAlsoAskTheVitalBraceletForItsTotals) {
+    VitalLab w;
+    w.connect();
+    const auto before = w.bracelet->framesReceived().size();
+    w.lab.manager->getBraceletCurrentSteps();
+    w.lab.advance(seconds(1));
+    const auto sent = framesSince(*w.bracelet, before);
+    ASSERT_EQ(sent.size(), 1U);
+    EXPECT_EQ(sent[0].front(), 0x51);
+}
+
+TEST(VitalFlow, AutomaticHeartRateArrivesThroughTheManagerWithoutItsZeroSamples) {
+    lab::VitalScript script;
+    lab::VitalHistory::HeartSeries series;
+    series.start = *lab::BraceletTime::parse("2026-03-09 08:00");
+    series.samples = {70, 0, 72};
+    script.history.records.automaticHeartRates = {series};
+    VitalLab w(script);
+    w.connect();
+    ASSERT_TRUE(w.lab.manager->getVitalData(0, true));
+    ASSERT_TRUE(w.runUntilResult(21));
+    const auto records = w.app->value<std::vector<HalvoraSDKHeartBeatData>>(21);
+    ASSERT_TRUE(records);
+    ASSERT_EQ(records->size(), 2U);
+    std::tm start{};
+    start.tm_year = 2026 - 1900;
+    start.tm_mon = 2;
+    start.tm_mday = 9;
+    start.tm_hour = 8;
+    start.tm_isdst = -1;
+    EXPECT_EQ((*records)[0].heartRate, 70);
+    EXPECT_EQ((*records)[0].date, Calendar::fromLocal(start));
+    EXPECT_EQ((*records)[1].heartRate, 72);
+    EXPECT_EQ((*records)[1].date, Calendar::fromLocal(start) + seconds(1800));
     w.expectIdle();
 }
 

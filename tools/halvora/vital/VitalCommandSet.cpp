@@ -5,6 +5,8 @@
 
 #include "CommandSet.hpp"
 #include "VitalCommands.hpp"
+#include "VitalEcg.hpp"
+#include "VitalHistory.hpp"
 
 namespace halvora::cli {
 
@@ -210,6 +212,36 @@ void addSettings(CLI::App* vital, CommandSet& commands, const Timeout& timeout) 
         set, [words, timeout](Session& s) { return runVitalSettings(s, parseVitalSettingPairs(*words), *timeout); });
 }
 
+void addHistory(CLI::App* vital, CommandSet& commands, const Timeout& timeout) {
+    auto o = commands.keep<VitalHistoryOptions>();
+    auto* history = vital->add_subcommand("history", "download one stored history and print it");
+    history->add_option("KIND", o->kind, "heart-rate, temperature, spo2, hrv, steps, sleep, sport or totals")
+        ->required()
+        ->check(CLI::IsMember(kVitalHistoryKinds));
+    history->add_flag("--periodic", o->periodic, "the automatic series (heart-rate, temperature, spo2)");
+    history->add_option("--csv", o->csv, "also write the records to this CSV file");
+    history->add_option("--plot", o->plot, "also draw the series as an SVG line chart (heart-rate, temperature, spo2)");
+    addTimeout(history, *timeout);
+    commands.add(history, [o, timeout](Session& s) { return runVitalHistory(s, *o, *timeout); });
+}
+
+void addEcg(CLI::App* vital, CommandSet& commands, const Timeout& timeout) {
+    auto live = commands.keep<VitalEcgOptions>();
+    auto* ecg = vital->add_subcommand("ecg", "measure an ECG: the live trace until the bracelet has finished");
+    ecg->add_option("--seconds", live->seconds, "wait at most this long for the measurement to finish (default 60)")
+        ->check(CLI::PositiveNumber);
+    ecg->add_option("--plot", live->plot, "draw the live trace as an SVG ECG strip");
+    addTimeout(ecg, *timeout);
+    commands.add(ecg, [live, timeout](Session& s) { return runVitalEcg(s, *live, *timeout); });
+
+    auto stored = commands.keep<VitalEcgWaveformOptions>();
+    auto* waveform = vital->add_subcommand("ecg-waveform", "download a stored ECG waveform");
+    waveform->add_option("RECORD", stored->record, "the record's number, 0 to 255")->required();
+    waveform->add_option("--plot", stored->plot, "draw the waveform as an SVG ECG strip");
+    addTimeout(waveform, *timeout);
+    commands.add(waveform, [stored, timeout](Session& s) { return runVitalEcgWaveform(s, *stored, *timeout); });
+}
+
 }  // namespace
 
 void addVitalCommands(CLI::App& app, CommandSet& commands) {
@@ -228,6 +260,8 @@ void addVitalCommands(CLI::App& app, CommandSet& commands) {
     addSimple(vital, commands, timeout, "battery", "the battery level", runVitalBattery);
     addSimple(vital, commands, timeout, "mac", "the MAC address", runVitalMac);
     addSettings(vital, commands, timeout);
+    addHistory(vital, commands, timeout);
+    addEcg(vital, commands, timeout);
 }
 
 }  // namespace halvora::cli

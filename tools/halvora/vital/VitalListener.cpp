@@ -25,6 +25,15 @@ std::optional<HalvoraSDKResponse> VitalListener::responseSince(const Mark& since
     return std::nullopt;
 }
 
+std::vector<HalvoraSDKResponse> VitalListener::responsesSince(const Mark& since, std::int32_t command) const {
+    std::lock_guard lock(mutex_);
+    std::vector<HalvoraSDKResponse> out;
+    for (std::size_t i = since.responses; i < responses_.size(); ++i) {
+        if (responses_[i].command == command) out.push_back(responses_[i]);
+    }
+    return out;
+}
+
 std::optional<VitalListener::Error> VitalListener::errorSince(const Mark& since, std::int32_t command) const {
     std::lock_guard lock(mutex_);
     for (std::size_t i = since.errors; i < errors_.size(); ++i) {

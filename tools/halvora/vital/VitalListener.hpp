@@ -34,6 +34,8 @@ public:
     Mark mark() const;
     /// The first result of `command` delivered after `since`.
     std::optional<HalvoraSDKResponse> responseSince(const Mark& since, std::int32_t command) const;
+    /// Every result of `command` delivered after `since`, in order.
+    std::vector<HalvoraSDKResponse> responsesSince(const Mark& since, std::int32_t command) const;
     /// The first error for `command` reported after `since`.
     std::optional<Error> errorSince(const Mark& since, std::int32_t command) const;
 

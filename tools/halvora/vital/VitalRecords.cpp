@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "RecordJson.hpp"
+#include "bracelet/BraceletRecords.hpp"
 #include "halvora/Core/Format.hpp"
 
 namespace halvora::cli {
@@ -96,6 +97,44 @@ nlohmann::json toJson(const HalvoraSDKVitalPeriod& period) {
         {"workingMode", period.workingMode}, {"intervalTime", period.intervalTime}, {"type", period.type}};
     addWindow(out, period);
     return out;
+}
+
+nlohmann::json toJson(const HalvoraSDKStepSummaryData& d) {
+    return {{"date", isoDate(d.date)},
+            {"totalSteps", d.totalSteps},
+            {"totalCalories", d.totalCalories},
+            {"totalDistance", d.totalDistance},
+            {"totalActiveTime", d.totalActiveTime},
+            {"totalExerciseTime", d.totalExerciseTime}};
+}
+
+nlohmann::json toJson(const HalvoraSDKDetailedStepData& d) {
+    nlohmann::json out = toJson(static_cast<const HalvoraSDKStepData&>(d));
+    out["stepsPerMinute"] = d.stepsPerMinute;
+    return out;
+}
+
+nlohmann::json toJson(const HalvoraSDKDetailedSleepData& d) {
+    nlohmann::json out = toJson(static_cast<const HalvoraSDKSleepData&>(d));
+    out["sleepPer5Minutes"] = d.sleepPer5Minutes;
+    return out;
+}
+
+nlohmann::json toJson(const HalvoraSDKVitalHRVData& d) {
+    return {{"date", isoDate(d.date)},  {"hrv", d.hrv},         {"vascularAging", d.vascularAging},
+            {"heartRate", d.heartRate}, {"fatigue", d.fatigue}, {"systolic", d.systolic},
+            {"diastolic", d.diastolic}};
+}
+
+nlohmann::json toJson(const HalvoraSDKSportData& d) {
+    return {{"date", isoDate(d.date)},
+            {"hr", d.hr},
+            {"steps", d.steps},
+            {"calories", d.calories},
+            {"distance", d.distance},
+            {"activeTime", d.activeTime},
+            {"exerciseTime", d.exerciseTime},
+            {"sportType", d.sportType}};
 }
 
 std::string parametersText(const HalvoraSDKVitalParams& p) {

@@ -3,8 +3,13 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "halvora/Devices/Vital/HalvoraSDKDetailedSleepData.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKDetailedStepData.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKSportData.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKStepSummaryData.hpp"
 #include "halvora/Devices/Vital/HalvoraSDKUser.hpp"
 #include "halvora/Devices/Vital/HalvoraSDKVitalActivityPeriod.hpp"
+#include "halvora/Devices/Vital/HalvoraSDKVitalHRVData.hpp"
 #include "halvora/Devices/Vital/HalvoraSDKVitalParams.hpp"
 #include "halvora/Devices/Vital/HalvoraSDKVitalPeriod.hpp"
 
@@ -22,6 +27,17 @@ nlohmann::json toJson(const HalvoraSDKUser& user);
 nlohmann::json toJson(const HalvoraSDKVitalActivityPeriod& period);
 /// The measurement schedule by field name, its window included.
 nlohmann::json toJson(const HalvoraSDKVitalPeriod& period);
+
+/// A day's totals by field name.
+nlohmann::json toJson(const HalvoraSDKStepSummaryData& data);
+/// A step interval by field name, its steps per minute as a list.
+nlohmann::json toJson(const HalvoraSDKDetailedStepData& data);
+/// A sleep segment by field name.
+nlohmann::json toJson(const HalvoraSDKDetailedSleepData& data);
+/// An HRV measurement by field name.
+nlohmann::json toJson(const HalvoraSDKVitalHRVData& data);
+/// A sport session by field name.
+nlohmann::json toJson(const HalvoraSDKSportData& data);
 
 /// "brightness 12, dial 3, heart-rate base 72, language 0, km, 24h, wrist sense, celsius, ..." (the flags on).
 std::string parametersText(const HalvoraSDKVitalParams& parameters);

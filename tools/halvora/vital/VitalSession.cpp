@@ -32,6 +32,7 @@ const std::map<std::pair<std::int32_t, std::int32_t>, const char*>& argumentErro
         {{6, C::kSetDetection}, "invalid window (real times, start before end)"},
         {{2, C::kSportMode}, "time period from 256"},
         {{1, C::kSetAlarms}, "more than 10 alarms"},
+        {{2, C::kECGWaveform}, "record outside 0 to 255"},
     };
     return texts;
 }
@@ -72,7 +73,8 @@ void VitalSession::connect(double timeout) {
     connected_ = true;
 }
 
-HalvoraSDKResponse VitalSession::ask(std::int32_t command, const std::function<bool(HalvoraSDKManager&)>& call) {
+HalvoraSDKResponse VitalSession::ask(std::int32_t command, const std::function<bool(HalvoraSDKManager&)>& call,
+                                     double limitSeconds) {
     const auto mark = listener_->mark();
     const bool taken = call(manager());
     std::optional<HalvoraSDKResponse> response;
@@ -83,7 +85,7 @@ HalvoraSDKResponse VitalSession::ask(std::int32_t command, const std::function<b
         return error.has_value() || response.has_value();
     };
     // A request the manager refuses reports its error at once; one it forwards is answered on the kit's queue.
-    if (taken) session_.waitUntil(answered, halvora::seconds(kAnswerSeconds));
+    if (taken) session_.waitUntil(answered, halvora::seconds(limitSeconds));
     answered();
     if (error) throw CliError(ExitDeviceError, vitalErrorText(error->error, error->command));
     if (response) return *response;

@@ -31,6 +31,22 @@ struct VitalCommand {
     static constexpr std::int32_t kSetAlarms = 34;
     static constexpr std::int32_t kSportMode = 35;
     static constexpr std::int32_t kSetWeather = 36;
+    static constexpr std::int32_t kDailyTotals = 17;
+    static constexpr std::int32_t kDetailedSteps = 18;
+    static constexpr std::int32_t kSleep = 19;
+    static constexpr std::int32_t kHeartRate = 20;
+    static constexpr std::int32_t kAutomaticHeartRate = 21;
+    static constexpr std::int32_t kBloodOxygen = 22;
+    static constexpr std::int32_t kAutomaticBloodOxygen = 23;
+    static constexpr std::int32_t kHRV = 24;
+    static constexpr std::int32_t kSport = 25;
+    static constexpr std::int32_t kTemperature = 26;
+    static constexpr std::int32_t kAutomaticTemperature = 27;
+    static constexpr std::int32_t kECGStart = 28;
+    static constexpr std::int32_t kECGStatus = 29;
+    static constexpr std::int32_t kECGFinished = 30;
+    static constexpr std::int32_t kECGValues = 31;
+    static constexpr std::int32_t kECGWaveform = 32;
 };
 
 /// "error N for command C: <what>" (with "; nothing was written" for the kit's own refusals).
@@ -59,11 +75,14 @@ public:
 
     Session& session() { return session_; }
     HalvoraSDKManager& manager() { return session_.manager(); }
+    /// The tool's delegate, with every result so far.
+    const VitalListener& listener() const { return *listener_; }
 
     /// Makes a request with `call` (which returns the manager's answer: false when no driver took it) and
-    /// waits for the result of `command`. Throws CliError(ExitDeviceError) with vitalErrorText for an error
-    /// reported for `command`, or when the request found no bracelet or its answer did not come.
-    HalvoraSDKResponse ask(std::int32_t command, const std::function<bool(HalvoraSDKManager&)>& call);
+    /// waits up to `limitSeconds` for the result of `command`. Throws CliError(ExitDeviceError) with vitalErrorText
+    /// for an error reported for `command`, or when the request found no bracelet or its answer did not come.
+    HalvoraSDKResponse ask(std::int32_t command, const std::function<bool(HalvoraSDKManager&)>& call,
+                           double limitSeconds = kAnswerSeconds);
 
 private:
     void reportLabFrames();
