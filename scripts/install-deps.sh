@@ -10,6 +10,7 @@ packages=(
   libsdbus-c++-dev libsystemd-dev dbus-daemon
   doxygen
   clang-14 libclang-rt-14-dev
+  qemu-system-x86
 )
 
 missing=()
