@@ -9,7 +9,6 @@ namespace halvora::lab {
 
 namespace {
 
-constexpr std::uint8_t kStart = 0x99;
 constexpr std::uint8_t kLive = 0xAA;
 constexpr std::uint8_t kHeartStatus = 0x83;
 constexpr std::uint8_t kStatus = 0x9C;
