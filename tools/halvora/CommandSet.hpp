@@ -55,5 +55,8 @@ void addTensioCommands(CLI::App& app, CommandSet& commands);
 /// The Vital bracelet's commands: vital time|goal|user|params|activity|detection|alarms|weather|battery|mac|qr|
 /// sport|measure|set.
 void addVitalCommands(CLI::App& app, CommandSet& commands);
+/// The pill box's commands: pillbox time|set-time|zone|battery|sync-status|duration|confirmation|
+/// clear-schedule|clear-history|set|schedule get|schedule set|history.
+void addPillBoxCommands(CLI::App& app, CommandSet& commands);
 
 }  // namespace halvora::cli

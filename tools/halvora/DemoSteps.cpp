@@ -10,6 +10,7 @@ const DemoStep* demoStepFor(const std::string& className) {
         addRM830DemoSteps(all);
         addTensioDemoSteps(all);
         addVitalDemoSteps(all);
+        addPillBoxDemoSteps(all);
         return all;
     }();
     auto it = steps.find(className);

@@ -21,5 +21,6 @@ void addBraceletDemoSteps(std::map<std::string, DemoStep>& steps);
 void addRM830DemoSteps(std::map<std::string, DemoStep>& steps);
 void addTensioDemoSteps(std::map<std::string, DemoStep>& steps);
 void addVitalDemoSteps(std::map<std::string, DemoStep>& steps);
+void addPillBoxDemoSteps(std::map<std::string, DemoStep>& steps);
 
 }  // namespace halvora::cli

@@ -14,6 +14,7 @@ const std::vector<LabClass>& LabCatalog::classes() {
         addRM830LabClasses(classes);
         addVitalLabClasses(classes);
         addTensioLabClasses(classes);
+        addPillReminderLabClasses(classes);
         // In recognition order, as the kit tries the classes.
         const auto order = [](const LabClass& c) {
             const auto& rows = RecognitionTable::rows();

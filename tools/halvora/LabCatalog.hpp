@@ -77,5 +77,6 @@ void addBraceletLabClasses(std::vector<LabClass>& classes);
 void addRM830LabClasses(std::vector<LabClass>& classes);
 void addTensioLabClasses(std::vector<LabClass>& classes);
 void addVitalLabClasses(std::vector<LabClass>& classes);
+void addPillReminderLabClasses(std::vector<LabClass>& classes);
 
 }  // namespace halvora::cli

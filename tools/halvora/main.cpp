@@ -64,6 +64,7 @@ int main(int argc, char** argv) {
     addRM830Commands(app, commands);
     addTensioCommands(app, commands);
     addVitalCommands(app, commands);
+    addPillBoxCommands(app, commands);
 
     try {
         app.parse(argc, argv);
