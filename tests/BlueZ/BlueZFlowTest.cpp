@@ -115,6 +115,23 @@ TEST(BlueZFlow, BluetoothdRestartedMidSessionTheManagerRecovers) {
     measure(world);
 }
 
+TEST(BlueZFlow, TheMonitorMeasuresWhenBluetoothdAnnouncesItsGattLate) {
+    struct Case {
+        const char* what;
+        std::vector<std::string> doubleArguments;
+    };
+    const std::vector<Case> cases = {
+        {"characteristics after ServicesResolved", {"--late-characteristics-ms", "150"}},
+        {"a slow GATT discovery", {"--resolve-delay-ms", "500"}},
+    };
+    for (const auto& c : cases) {
+        BlueZWorld world(c.doubleArguments);
+        connectMonitor(world);
+        measure(world);
+        EXPECT_FALSE(world.logged("GATT discovery of")) << c.what;
+    }
+}
+
 TEST(BlueZFlow, MalformedObjectsAndPropertiesAreDroppedAndLogged) {
     BlueZWorld world({"--garbage"});
     connectMonitor(world);

@@ -9,6 +9,7 @@
 #include "BlueZ/LogRecorder.hpp"
 #include "BlueZ/PrivateBus.hpp"
 #include "BlueZ/TransportRecorder.hpp"
+#include "BlueZ/TransportWorld.hpp"
 #include "halvora/Runtime/ThreadedExecutor.hpp"
 #include "halvora/Transport/BlueZ/BlueZTransport.hpp"
 
@@ -17,7 +18,6 @@ namespace {
 
 using test::TransportRecorder;
 
-constexpr const char* kMonitorName = "Bluetooth BP";
 const char* const kRepeatingMonitorLab = R"({
   "devices": [
     { "class": "HalvoraSDKHeartDeviceV2", "identifier": "6F1C2D3E-0000-4000-8000-0000000000B2", "rssi": -50,
@@ -25,75 +25,12 @@ const char* const kRepeatingMonitorLab = R"({
   ]
 })";
 
+using test::kMonitorName;
+using test::TransportWorld;
+
 bool waitFor(const std::function<bool()>& done, Duration limit = seconds(15)) {
-    const auto deadline = std::chrono::steady_clock::now() + limit;
-    while (!done()) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
+    return test::waitUntil(done, limit);
 }
-
-/// A central of the BlueZ transport with a recording delegate, over a private bus with (or without) the
-/// double.
-struct TransportWorld {
-    explicit TransportWorld(const std::vector<std::string>& doubleArguments,
-                            const std::string& lab = test::kOneMonitorLab, bool withDouble = true) {
-        const auto labFile = bus.folder().file("lab.json").string();
-        std::ofstream(labFile) << lab;
-        std::vector<std::string> arguments{"--lab", labFile};
-        arguments.insert(arguments.end(), doubleArguments.begin(), doubleArguments.end());
-        if (withDouble) started = bus.startDouble(arguments);
-        start(test::testOptions(bus));
-    }
-    ~TransportWorld() {
-        central.reset();
-        executor->shutdown();
-        transport.reset();
-    }
-
-    void start(BlueZOptions options) {
-        transport = BlueZTransport::create(std::move(options), executor, log);
-        central = transport->makeCentral(recorder, executor->makeQueue("test.cb"), {});
-        waitFor([&] { return recorder->countStartingWith("state") > 0; }, seconds(10));
-    }
-
-    /// Scans until the monitor called `name` is heard, connects it and discovers the service `service`.
-    std::shared_ptr<Peripheral> connectAndDiscover(const BLEUUID& service, const std::string& name = kMonitorName) {
-        central->scanForPeripheralsWithServices({}, ScanOptions{true});
-        if (!waitFor([&] { return recorder->discovered(name) != nullptr; })) return nullptr;
-        central->stopScan();
-        auto peripheral = recorder->discovered(name);
-        peripheral->setDelegate(recorder);
-        central->connectPeripheral(peripheral, {});
-        if (!waitFor([&] { return recorder->count("connect") == 1; })) return nullptr;
-        peripheral->discoverServices(std::nullopt);
-        if (!waitFor([&] { return recorder->count("services") == 1; })) return nullptr;
-        for (const auto& candidate : peripheral->services()) {
-            if (candidate->uuid() == service) peripheral->discoverCharacteristics({}, candidate);
-        }
-        if (!waitFor([&] { return recorder->count("characteristics " + service.toString()) == 1; })) return nullptr;
-        return peripheral;
-    }
-
-    std::shared_ptr<Characteristic> characteristic(const std::shared_ptr<Peripheral>& peripheral, const BLEUUID& uuid) {
-        for (const auto& service : peripheral->services()) {
-            if (auto found = service->characteristic(uuid)) return found;
-        }
-        return nullptr;
-    }
-
-    std::size_t logLinesContaining(const std::string& text) const { return logs.count(text); }
-
-    test::PrivateBus bus;
-    bool started = false;
-    std::shared_ptr<ThreadedExecutor> executor = ThreadedExecutor::create();
-    test::LogRecorder logs;
-    std::shared_ptr<Log> log = logs.log();
-    std::shared_ptr<TransportRecorder> recorder = std::make_shared<TransportRecorder>();
-    std::shared_ptr<BlueZTransport> transport;
-    std::shared_ptr<Central> central;
-};
 
 TEST(BlueZTransport, EveryAdvertisementIsADiscoveryWithTheLocalNameAndTheStableIdentifier) {
     TransportWorld world({});

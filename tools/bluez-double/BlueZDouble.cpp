@@ -20,11 +20,18 @@ constexpr auto kGarbageInterval = std::chrono::milliseconds(200);
 /// Static random addresses have the two top bits set.
 constexpr std::uint8_t kStaticRandomBits = 0xC0;
 
-/// A device's address: the last six bytes of its lab identifier, as a static random address.
-std::string addressOf(const std::string& labIdentifier) {
+/// Public addresses have them clear.
+constexpr std::uint8_t kPublicMask = 0x3F;
+/// Duplicate-filter cycles of one discovery (the cycle id is epoch * this + cycle).
+constexpr std::uint64_t kCyclesPerDiscovery = 1000000;
+
+/// A device's address: the last six bytes of its lab identifier, as a static random address (or a public
+/// one).
+std::string addressOf(const std::string& labIdentifier, bool publicAddress) {
     const BLEUUID uuid(labIdentifier);
     const auto& b = uuid.bytes();
-    return format("%02X:%02X:%02X:%02X:%02X:%02X", b[10] | kStaticRandomBits, b[11], b[12], b[13], b[14], b[15]);
+    const int first = publicAddress ? (b[10] & kPublicMask) : (b[10] | kStaticRandomBits);
+    return format("%02X:%02X:%02X:%02X:%02X:%02X", first, b[11], b[12], b[13], b[14], b[15]);
 }
 
 std::string upper(std::string text) {
@@ -74,8 +81,8 @@ BlueZDouble::BlueZDouble(DoubleOptions options, std::vector<std::shared_ptr<lab:
     lab::LabTransport transport(radio_);
     labCentral_ = transport.makeCentral(bridge_, executor_->makeQueue("double.lab-central"), {});
     for (const auto& device : virtualDevices_) {
-        devices_.push_back(
-            std::make_unique<DoubleDevice>(*this, device->identifier(), addressOf(device->identifier())));
+        devices_.push_back(std::make_unique<DoubleDevice>(*this, device->identifier(),
+                                                          addressOf(device->identifier(), options_.publicAddresses)));
         auto peripherals = labCentral_->retrievePeripheralsWithIdentifiers({device->identifier()});
         if (peripherals.empty()) continue;
         peripherals.front()->setDelegate(bridge_);
@@ -99,6 +106,7 @@ void BlueZDouble::start(std::function<void()> ready, std::function<void(const st
     hooks.closing = [this](const std::string& reason) {
         for (auto& device : devices_) device->withdrawQuietly();
         garbageObjects_.clear();
+        senderWatch_.reset();
         control_.reset();
         adapter_.reset();
         root_.reset();
@@ -130,6 +138,7 @@ void BlueZDouble::opened(sdbus::IConnection& connection) {
     root_->addObjectManager();
     if (!options_.noAdapter) publishAdapter(connection);
     publishControl(connection);
+    watchSenders(connection);
     if (options_.garbage) {
         publishGarbage(connection);
         scheduleGarbage();
@@ -138,9 +147,48 @@ void BlueZDouble::opened(sdbus::IConnection& connection) {
     if (ready_) ready_();
 }
 
+void BlueZDouble::watchSenders(sdbus::IConnection& connection) {
+    const std::string rule =
+        "type='signal',sender='org.freedesktop.DBus',interface='org.freedesktop.DBus',member='NameOwnerChanged'";
+    senderWatch_ = connection.addMatch(rule, [this](sdbus::Message& message) {
+        try {
+            std::string name, oldOwner, newOwner;
+            message >> name >> oldOwner >> newOwner;
+            // Unique names (":1.42") that lose their owner are programs that left.
+            if (!newOwner.empty() || name.empty() || name.front() != ':') return;
+            loop_->post([this, name] {
+                for (auto& device : devices_) device->senderLeft(name);
+            });
+        } catch (const sdbus::Error& error) {
+            log("ignored a malformed NameOwnerChanged: " + error.getMessage());
+        }
+    });
+}
+
 void BlueZDouble::later(std::function<void()> reply) {
     if (options_.replyDelay.count() <= 0) return reply();
     loop_->postAfter(options_.replyDelay, std::move(reply));
+}
+
+std::uint64_t BlueZDouble::after(std::chrono::milliseconds delay, std::function<void()> task) {
+    return loop_->postAfter(delay, std::move(task));
+}
+
+void BlueZDouble::cancelTimer(std::uint64_t timer) {
+    loop_->cancel(timer);
+}
+
+std::uint64_t BlueZDouble::reportCycle() const {
+    const auto elapsed = std::chrono::steady_clock::now() - discoveryStarted_;
+    const auto cycle = static_cast<std::uint64_t>(elapsed / options_.duplicateFilterCycle);
+    return discoveryEpoch_ * kCyclesPerDiscovery + cycle;
+}
+
+bool BlueZDouble::isOnAir(const std::string& labIdentifier) const {
+    for (const auto& device : virtualDevices_) {
+        if (upper(device->identifier()) == upper(labIdentifier)) return device->isPresent() && device->faults().inRange;
+    }
+    return false;
 }
 
 void BlueZDouble::log(const std::string& line) const {
@@ -220,6 +268,9 @@ void BlueZDouble::startDiscovery() {
     if (!powered_) throw bluezError("org.bluez.Error.NotReady", "Resource Not Ready");
     if (discovering_) throw bluezError("org.bluez.Error.InProgress", "Operation already in progress");
     discovering_ = true;
+    // A new discovery resets the controller's duplicate filter.
+    ++discoveryEpoch_;
+    discoveryStarted_ = std::chrono::steady_clock::now();
     emitPropertiesChanged(*adapter_, kAdapterInterface, {{"Discovering", sdbus::Variant(true)}});
     scanLab();
 }
@@ -305,6 +356,15 @@ void BlueZDouble::publishControl(sdbus::IConnection& connection) {
         .implementedAs([this](const std::string& name, const std::string& message) {
             connectError_.reset();
             if (!name.empty()) connectError_ = std::make_pair(name, message);
+        });
+    control_->registerMethod("SetOnAir")
+        .onInterface(kControlInterface)
+        .implementedAs([this](const std::string& address, bool on) {
+            auto* device = deviceWithAddress(address);
+            if (device == nullptr) throw bluezError("org.bluez.Error.DoesNotExist", "No such device");
+            for (const auto& virtualDevice : virtualDevices_) {
+                if (upper(virtualDevice->identifier()) == upper(device->labIdentifier())) virtualDevice->setPresent(on);
+            }
         });
     control_->registerMethod("DeviceAddresses").onInterface(kControlInterface).implementedAs([this] {
         std::map<std::string, std::string> addresses;

@@ -28,7 +28,8 @@ class LabBridge;
 ///
 /// Also serves /org/halvora/double (org.halvora.Double1) for tests: DropLink(address) makes a device
 /// lose its link, SetConnectError(name, message) changes the Connect fault at run time, DeviceAddresses()
-/// maps lab identifiers to device addresses.
+/// maps lab identifiers to device addresses, SetOnAir(address, on) takes a device off the air (it stops
+/// advertising and cannot be connected) or brings it back.
 ///
 /// Everything on the bus side runs on the bus thread; the lab's events are handed to it.
 class BlueZDouble {
@@ -52,6 +53,14 @@ public:
     bool isPowered() const { return powered_; }
     /// Runs `reply` after the configured reply delay.
     void later(std::function<void()> reply);
+    /// Runs `task` on the bus thread after `delay`; the id cancels it.
+    std::uint64_t after(std::chrono::milliseconds delay, std::function<void()> task);
+    void cancelTimer(std::uint64_t timer);
+    /// The duplicate-filter cycle the controller is in: one per discovery and per
+    /// DoubleOptions::duplicateFilterCycle of it.
+    std::uint64_t reportCycle() const;
+    /// Whether the lab device is on the air (present and in range).
+    bool isOnAir(const std::string& labIdentifier) const;
     void log(const std::string& line) const;
     const std::optional<std::pair<std::string, std::string>>& connectError() const { return connectError_; }
 
@@ -66,6 +75,8 @@ private:
     void publishAdapter(sdbus::IConnection& connection);
     void publishControl(sdbus::IConnection& connection);
     void publishGarbage(sdbus::IConnection& connection);
+    /// Follows programs leaving the bus: their notify sessions end, as bluetoothd watches its clients.
+    void watchSenders(sdbus::IConnection& connection);
     Properties adapterProperties() const;
     void startDiscovery();
     void stopDiscovery();
@@ -93,12 +104,15 @@ private:
     std::unique_ptr<sdbus::IObject> root_;
     std::unique_ptr<sdbus::IObject> adapter_;
     std::unique_ptr<sdbus::IObject> control_;
+    sdbus::Slot senderWatch_;
     std::vector<std::unique_ptr<sdbus::IObject>> garbageObjects_;
     std::vector<std::unique_ptr<DoubleDevice>> devices_;
     bool powered_ = true;
     bool discovering_ = false;
     bool labScanning_ = false;
     bool filtered_ = false;
+    std::uint64_t discoveryEpoch_ = 0;
+    std::chrono::steady_clock::time_point discoveryStarted_{};
     std::optional<std::pair<std::string, std::string>> connectError_;
 };
 

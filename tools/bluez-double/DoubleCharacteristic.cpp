@@ -13,6 +13,8 @@ namespace {
 
 constexpr const char* kClientConfigurationUUID = "00002902-0000-1000-8000-00805f9b34fb";
 constexpr std::size_t kMaxAttributeValue = 512;
+/// The ATT header of a Write Command: what is left of the MTU for the value is MTU - 3.
+constexpr std::size_t kWriteCommandHeader = 3;
 
 std::string lowerUUID(const BLEUUID& uuid) {
     std::string text = uuid.toLongString();
@@ -64,11 +66,9 @@ bool DoubleCharacteristic::hasDescriptor() const {
 }
 
 Properties DoubleCharacteristic::properties() const {
-    return {{"UUID", sdbus::Variant(lowerUUID(uuid_))},
-            {"Service", sdbus::Variant(sdbus::ObjectPath(servicePath_))},
-            {"Value", sdbus::Variant(value_)},
-            {"Notifying", sdbus::Variant(notifying_)},
-            {"Flags", sdbus::Variant(flags())}};
+    return {{"UUID", sdbus::Variant(lowerUUID(uuid_))}, {"Service", sdbus::Variant(sdbus::ObjectPath(servicePath_))},
+            {"Value", sdbus::Variant(value_)},          {"Notifying", sdbus::Variant(notifying_)},
+            {"Flags", sdbus::Variant(flags())},         {"MTU", sdbus::Variant(device_.owner().options().mtu)}};
 }
 
 // ---------------------------------------------------------------- publishing
@@ -95,6 +95,9 @@ void DoubleCharacteristic::registerProperties() {
         return notifying_;
     });
     object_->registerProperty("Flags").onInterface(kGattCharacteristicInterface).withGetter([this] { return flags(); });
+    object_->registerProperty("MTU").onInterface(kGattCharacteristicInterface).withGetter([this] {
+        return device_.owner().options().mtu;
+    });
 }
 
 void DoubleCharacteristic::registerMethods() {
@@ -127,12 +130,14 @@ void DoubleCharacteristic::registerMethods() {
         });
     object_->registerMethod("StartNotify")
         .onInterface(kGattCharacteristicInterface)
-        .implementedAs(
-            [this](sdbus::Result<>&& result) { startNotify(std::make_shared<sdbus::Result<>>(std::move(result))); });
+        .implementedAs([this](sdbus::Result<>&& result) {
+            startNotify(std::make_shared<sdbus::Result<>>(std::move(result)), currentSender());
+        });
     object_->registerMethod("StopNotify")
         .onInterface(kGattCharacteristicInterface)
-        .implementedAs(
-            [this](sdbus::Result<>&& result) { stopNotify(std::make_shared<sdbus::Result<>>(std::move(result))); });
+        .implementedAs([this](sdbus::Result<>&& result) {
+            stopNotify(std::make_shared<sdbus::Result<>>(std::move(result)), currentSender());
+        });
 }
 
 void DoubleCharacteristic::publishDescriptor(sdbus::IConnection& connection, sdbus::IObject& root) {
@@ -202,6 +207,10 @@ void DoubleCharacteristic::writeValue(std::shared_ptr<sdbus::Result<>> result, c
     const auto kind = type->second.get<std::string>();
     if (kind == "command") {
         if ((properties_ & CharacteristicPropertyWriteWithoutResponse) == 0) throw notSupported();
+        // A Write Command carries no more than MTU - 3 bytes; bluetoothd cannot even start a longer one.
+        if (value.size() + kWriteCommandHeader > device_.owner().options().mtu) {
+            throw bluezError("org.bluez.Error.Failed", "Failed to initiate write");
+        }
         device_.labPeripheral()->writeValue(value, lab_, WriteType::WithoutResponse);
         result->returnResults();
     } else if (kind == "request") {
@@ -217,12 +226,23 @@ void DoubleCharacteristic::writeValue(std::shared_ptr<sdbus::Result<>> result, c
     }
 }
 
-void DoubleCharacteristic::startNotify(std::shared_ptr<sdbus::Result<>> result) {
+std::string DoubleCharacteristic::currentSender() const {
+    const auto* message = object_ ? object_->getCurrentlyProcessedMessage() : nullptr;
+    return message ? message->getSender() : std::string();
+}
+
+void DoubleCharacteristic::startNotify(std::shared_ptr<sdbus::Result<>> result, const std::string& sender) {
     requireLink();
     if ((properties_ & (CharacteristicPropertyNotify | CharacteristicPropertyIndicate)) == 0) throw notSupported();
-    if (notifying_ && !pendingNotify_) return result->returnResults();  // this client's session is already on
     if (pendingNotify_) throw inProgress();
+    if (sessions_.count(sender) != 0) return result->returnResults();  // this sender's session is already on
+    if (!sessions_.empty()) {
+        // Delivery is already on for another sender: this one joins.
+        sessions_.insert(sender);
+        return result->returnResults();
+    }
     pendingNotifyOn_ = true;
+    pendingSender_ = sender;
     pendingNotify_ = [result](const sdbus::Error* error) {
         if (error) return result->returnError(*error);
         result->returnResults();
@@ -230,16 +250,25 @@ void DoubleCharacteristic::startNotify(std::shared_ptr<sdbus::Result<>> result) 
     device_.labPeripheral()->setNotifyValue(true, lab_);
 }
 
-void DoubleCharacteristic::stopNotify(std::shared_ptr<sdbus::Result<>> result) {
-    requireLink();
-    if (!notifying_) throw bluezError("org.bluez.Error.Failed", "No notify session started");
-    if (pendingNotify_) throw inProgress();
-    pendingNotifyOn_ = false;
-    pendingNotify_ = [result](const sdbus::Error* error) {
-        if (error) return result->returnError(*error);
-        result->returnResults();
-    };
-    device_.labPeripheral()->setNotifyValue(false, lab_);
+// A session ends whether or not the device is linked; the last one switches delivery off on the link.
+void DoubleCharacteristic::stopNotify(std::shared_ptr<sdbus::Result<>> result, const std::string& sender) {
+    if (!endSession(sender)) throw bluezError("org.bluez.Error.Failed", "No notify session started");
+    result->returnResults();
+}
+
+bool DoubleCharacteristic::endSession(const std::string& sender) {
+    if (sessions_.erase(sender) == 0) return false;
+    if (sessions_.empty()) {
+        setNotifying(false);
+        if (device_.isLinked() && lab_ && device_.labPeripheral()) device_.labPeripheral()->setNotifyValue(false, lab_);
+    }
+    return true;
+}
+
+void DoubleCharacteristic::reenable() {
+    if (sessions_.empty() || !lab_ || !device_.labPeripheral()) return;
+    device_.owner().log("re-enabling notifications of " + path_);
+    device_.labPeripheral()->setNotifyValue(true, lab_);
 }
 
 // ---------------------------------------------------------------- answers from the lab
@@ -277,8 +306,9 @@ void DoubleCharacteristic::labNotifyAnswered(const OptionalError& error) {
     std::optional<sdbus::Error> failure;
     if (error) {
         failure = failedWith(*error);
-    } else {
-        setNotifying(pendingNotifyOn_);
+    } else if (pendingNotifyOn_) {
+        sessions_.insert(pendingSender_);
+        setNotifying(true);
     }
     device_.owner().later([answer, failure] { answer(failure ? &*failure : nullptr); });
 }
@@ -289,7 +319,6 @@ void DoubleCharacteristic::linkEnded() {
     if (pendingRead_) std::exchange(pendingRead_, nullptr)(nullptr, &failure);
     if (pendingWrite_) std::exchange(pendingWrite_, nullptr)(&failure);
     if (pendingNotify_) std::exchange(pendingNotify_, nullptr)(&failure);
-    if (notifying_) setNotifying(false);
 }
 
 void DoubleCharacteristic::setValue(const std::vector<std::uint8_t>& value) {
@@ -299,6 +328,7 @@ void DoubleCharacteristic::setValue(const std::vector<std::uint8_t>& value) {
 }
 
 void DoubleCharacteristic::setNotifying(bool notifying) {
+    if (notifying_ == notifying) return;
     notifying_ = notifying;
     if (object_)
         emitPropertiesChanged(*object_, kGattCharacteristicInterface, {{"Notifying", sdbus::Variant(notifying_)}});

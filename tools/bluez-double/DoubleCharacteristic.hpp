@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -23,7 +24,13 @@ class DoubleDevice;
 /// a kind still in flight is refused with org.bluez.Error.InProgress; every value the device sends (and
 /// every value read) changes Value, with a PropertiesChanged each time even when it repeats. The object
 /// outlives links (bluetoothd keeps the GATT database); the lab characteristic it stands for changes with
-/// each link. A write that does not name its type is refused: the kit always names it. Bus thread only.
+/// each link. A write that does not name its type is refused: the kit always names it; a write without
+/// response longer than MTU - 3 fails ("Failed to initiate write").
+///
+/// Notify sessions belong to D-Bus senders (one per sender) and outlive the link: Notifying stays true
+/// across a disconnect, and at the next link the device re-enables delivery by itself (reenable()) before
+/// ServicesResolved. StopNotify ends the sender's session, linked or not, and so does the sender leaving the
+/// bus. Bus thread only.
 class DoubleCharacteristic {
 public:
     DoubleCharacteristic(DoubleDevice& device, std::string path, std::string descriptorPath, std::string servicePath,
@@ -45,8 +52,13 @@ public:
     bool standsFor(const std::shared_ptr<Characteristic>& characteristic) const {
         return lab_ && lab_ == characteristic;
     }
-    /// The link ended: pending operations fail and notifications stop.
+    /// The link ended: pending operations fail; notify sessions stay.
     void linkEnded();
+    /// A new link is up and bound: delivery is switched on again for the sessions that are still open.
+    void reenable();
+    /// Ends the notify session of `sender` (StopNotify, or the sender left the bus); false without one.
+    bool endSession(const std::string& sender);
+    bool isPublished() const { return object_ != nullptr; }
 
     // ---- answers from the lab
     void labValue(const std::vector<std::uint8_t>& value, const OptionalError& error);
@@ -69,8 +81,9 @@ private:
     void startRead(ReadAnswer answer);
     void writeValue(std::shared_ptr<sdbus::Result<>> result, const std::vector<std::uint8_t>& value,
                     const Properties& options);
-    void startNotify(std::shared_ptr<sdbus::Result<>> result);
-    void stopNotify(std::shared_ptr<sdbus::Result<>> result);
+    void startNotify(std::shared_ptr<sdbus::Result<>> result, const std::string& sender);
+    void stopNotify(std::shared_ptr<sdbus::Result<>> result, const std::string& sender);
+    std::string currentSender() const;
     void setValue(const std::vector<std::uint8_t>& value);
     void setNotifying(bool notifying);
     void publishDescriptor(sdbus::IConnection& connection, sdbus::IObject& root);
@@ -89,6 +102,8 @@ private:
     std::shared_ptr<Characteristic> lab_;
     std::vector<std::uint8_t> value_;
     bool notifying_ = false;
+    std::set<std::string> sessions_;  // senders with a notify session
+    std::string pendingSender_;
     ReadAnswer pendingRead_;
     Answer pendingWrite_;
     Answer pendingNotify_;

@@ -13,6 +13,13 @@ namespace {
 
 /// Without a discovery filter bluetoothd announces an RSSI change only from this many dB on.
 constexpr int kRssiThreshold = 8;
+/// How often a Connect to a device off the air looks again whether it is back.
+constexpr auto kAirPollInterval = std::chrono::milliseconds(100);
+constexpr const char* kErrorFailed = "org.bluez.Error.Failed";
+/// bluetoothd's reason when the controller gives up a connection attempt.
+constexpr const char* kLeAbortByLocal = "le-connection-abort-by-local";
+/// bluetoothd's reason when a page over BR/EDR is not answered.
+constexpr const char* kBrPageTimeout = "br-connection-page-timeout";
 
 std::string lowerUUID(const BLEUUID& uuid) {
     std::string text = uuid.toLongString();
@@ -45,7 +52,7 @@ DoubleDevice::~DoubleDevice() = default;
 Properties DoubleDevice::deviceProperties(bool withAdvertising) const {
     Properties properties{
         {"Address", sdbus::Variant(address_)},
-        {"AddressType", sdbus::Variant(std::string("random"))},
+        {"AddressType", sdbus::Variant(std::string(owner_.options().publicAddresses ? "public" : "random"))},
         {"Alias", sdbus::Variant(name_.value_or(aliasOf(address_)))},
         {"Paired", sdbus::Variant(false)},
         {"Trusted", sdbus::Variant(false)},
@@ -78,7 +85,7 @@ void DoubleDevice::publish() {
 void DoubleDevice::registerDevice() {
     auto property = [this](const char* name, auto getter) { addProperty(*object_, kDeviceInterface, name, getter); };
     property("Address", [this] { return address_; });
-    property("AddressType", [] { return std::string("random"); });
+    property("AddressType", [this] { return std::string(owner_.options().publicAddresses ? "public" : "random"); });
     if (name_) property("Name", [this] { return name_.value_or(""); });
     property("Alias", [this] { return name_.value_or(aliasOf(address_)); });
     property("Paired", [] { return false; });
@@ -104,28 +111,42 @@ void DoubleDevice::registerDevice() {
 }
 
 void DoubleDevice::heard(const AdvertisementData& data, int rssi, bool filtered) {
+    std::vector<std::string> uuids;
+    for (const auto& uuid : data.serviceUUIDs) uuids.push_back(lowerUUID(uuid));
+    std::vector<std::uint8_t> manufacturerBytes = manufacturerBytes_;
+    if (data.manufacturerData && data.manufacturerData->size() >= 2) manufacturerBytes = *data.manufacturerData;
+    std::map<std::string, sdbus::Variant> serviceData;
+    for (const auto& [uuid, bytes] : data.serviceData) serviceData[lowerUUID(uuid)] = sdbus::Variant(bytes);
+    const bool nameChanged = data.localName && data.localName != name_;
+    const bool changedData = nameChanged || uuids != uuids_ || manufacturerBytes != manufacturerBytes_ ||
+                             serviceData.size() != serviceData_.size();
+    // The controller's duplicate filter: an unchanged advertisement once per cycle.
+    const std::uint64_t cycle = owner_.reportCycle();
+    if (object_ && !changedData && reportedCycle_ == cycle) return;
+    reportedCycle_ = cycle;
+
     const auto oldName = name_;
     const auto oldUUIDs = uuids_;
     const auto oldManufacturer = manufacturerBytes_;
     const auto oldServiceData = serviceData_.size();
     if (data.localName) name_ = data.localName;
-    uuids_.clear();
-    for (const auto& uuid : data.serviceUUIDs) uuids_.push_back(lowerUUID(uuid));
-    if (data.manufacturerData && data.manufacturerData->size() >= 2) {
-        const auto& bytes = *data.manufacturerData;
-        manufacturerBytes_ = bytes;
+    uuids_ = std::move(uuids);
+    if (manufacturerBytes != manufacturerBytes_) {
+        manufacturerBytes_ = manufacturerBytes;
         manufacturerData_.clear();
-        const auto company = static_cast<std::uint16_t>(bytes[0] | bytes[1] << 8);
-        manufacturerData_[company] = sdbus::Variant(std::vector<std::uint8_t>(bytes.begin() + 2, bytes.end()));
+        const auto company = static_cast<std::uint16_t>(manufacturerBytes[0] | manufacturerBytes[1] << 8);
+        manufacturerData_[company] =
+            sdbus::Variant(std::vector<std::uint8_t>(manufacturerBytes.begin() + 2, manufacturerBytes.end()));
     }
-    serviceData_.clear();
-    for (const auto& [uuid, bytes] : data.serviceData) serviceData_[lowerUUID(uuid)] = sdbus::Variant(bytes);
+    serviceData_ = std::move(serviceData);
     const auto heardRssi = static_cast<std::int16_t>(rssi);
     if (!object_) {
         rssi_ = heardRssi;
         publish();
+        armExpiry();
         return;
     }
+    armExpiry();
     Properties changed;
     if (filtered || rssi_ == 0 || std::abs(heardRssi - rssi_) >= kRssiThreshold) {
         rssi_ = heardRssi;
@@ -141,7 +162,26 @@ void DoubleDevice::heard(const AdvertisementData& data, int rssi, bool filtered)
     if (!changed.empty()) emitPropertiesChanged(*object_, kDeviceInterface, changed);
 }
 
+// ---------------------------------------------------------------- expiry
+
+void DoubleDevice::armExpiry() {
+    disarmExpiry();
+    if (!object_ || connected_ || pendingConnect_) return;
+    expiryTimer_ = owner_.after(owner_.options().temporaryTimeout, [this] {
+        expiryTimer_.reset();
+        if (connected_ || pendingConnect_ || !object_) return;
+        owner_.log("device " + address_ + " expired");
+        withdraw();
+    });
+}
+
+void DoubleDevice::disarmExpiry() {
+    if (expiryTimer_) owner_.cancelTimer(*expiryTimer_);
+    expiryTimer_.reset();
+}
+
 void DoubleDevice::discoveryStopped() {
+    reportedCycle_.reset();
     if (!object_ || rssi_ == 0) return;
     rssi_ = 0;
     emitPropertiesChanged(*object_, kDeviceInterface, {}, {"RSSI"});
@@ -166,17 +206,40 @@ void DoubleDevice::setServicesResolved(bool resolved) {
 void DoubleDevice::connect(std::shared_ptr<sdbus::Result<>> result) {
     if (!owner_.isPowered()) throw bluezError("org.bluez.Error.NotReady", "Resource Not Ready");
     if (pendingConnect_) throw bluezError("org.bluez.Error.InProgress", "In Progress");
-    if (connected_ && servicesResolved_) return result->returnResults();
+    if (connected_) return result->returnResults();
     if (const auto& fault = owner_.connectError()) {
         const auto error = bluezError(fault->first, fault->second);
         owner_.log("Connect of " + address_ + " answered with the injected error " + fault->first);
         owner_.later([result, error] { result->returnError(error); });
         return;
     }
-    if (!labPeripheral_) throw bluezError("org.bluez.Error.Failed", "Host is down");
+    if (!labPeripheral_) throw bluezError(kErrorFailed, "Host is down");
+    if (owner_.options().publicAddresses) {
+        // A public address without "BR/EDR not supported" in the flags: bluetoothd pages it over BR/EDR.
+        const auto error = bluezError(kErrorFailed, kBrPageTimeout);
+        owner_.log("Connect of " + address_ + " went over BR/EDR and failed");
+        owner_.later([result, error] { result->returnError(error); });
+        return;
+    }
     pendingConnect_ = result;
-    owner_.log("connecting " + address_);
-    owner_.labCentral().connectPeripheral(labPeripheral_, {});
+    disarmExpiry();
+    waitForAir(result, std::chrono::steady_clock::now() + owner_.options().connectAbortDelay);
+}
+
+// The controller connects as soon as the device advertises, and gives up after the abort delay.
+void DoubleDevice::waitForAir(std::shared_ptr<sdbus::Result<>> result, std::chrono::steady_clock::time_point deadline) {
+    if (pendingConnect_ != result) return;  // answered or cancelled meanwhile
+    if (owner_.isOnAir(labIdentifier_)) {
+        owner_.log("connecting " + address_);
+        owner_.labCentral().connectPeripheral(labPeripheral_, {});
+        return;
+    }
+    if (std::chrono::steady_clock::now() >= deadline) {
+        owner_.log("connection to " + address_ + " aborted: the device is not advertising");
+        return failConnect(kErrorFailed, kLeAbortByLocal);
+    }
+    owner_.after(std::chrono::duration_cast<std::chrono::milliseconds>(kAirPollInterval),
+                 [this, result, deadline] { waitForAir(result, deadline); });
 }
 
 void DoubleDevice::failConnect(const std::string& name, const std::string& message) {
@@ -184,10 +247,12 @@ void DoubleDevice::failConnect(const std::string& name, const std::string& messa
     if (!result) return;
     const auto error = bluezError(name, message);
     owner_.later([result, error] { result->returnError(error); });
+    armExpiry();
 }
 
 void DoubleDevice::disconnect(std::shared_ptr<sdbus::Result<>> result) {
-    if (!connected_ && !pendingConnect_) throw bluezError("org.bluez.Error.NotConnected", "Not Connected");
+    // Without a link (or an attempt) there is nothing to end, and bluetoothd says so by succeeding.
+    if (!connected_ && !pendingConnect_) return result->returnResults();
     if (!labPeripheral_ || labPeripheral_->state() == PeripheralState::Disconnected) {
         endLink("Software caused connection abort");
         return result->returnResults();
@@ -196,27 +261,34 @@ void DoubleDevice::disconnect(std::shared_ptr<sdbus::Result<>> result) {
     owner_.labCentral().cancelPeripheralConnection(labPeripheral_);
 }
 
+// bluetoothd answers Connect once the link is up; GATT discovery and ServicesResolved come after.
 void DoubleDevice::labConnected() {
     if (!pendingConnect_ && !connected_) {
         // The attempt was given up meanwhile: let the link go.
         owner_.labCentral().cancelPeripheralConnection(labPeripheral_);
         return;
     }
+    ++link_;
     setConnected(true);
+    auto result = std::exchange(pendingConnect_, nullptr);
+    owner_.log("connected " + address_);
+    if (result) owner_.later([result] { result->returnResults(); });
     characteristicDiscoveries_ = 0;
+    if (owner_.options().gattDiscoveryFails) return resolveLater();
     labPeripheral_->discoverServices(std::nullopt);
 }
 
 void DoubleDevice::labConnectFailed(const BLEError& error) {
     owner_.log("connection to " + address_ + " failed: " + error.description);
-    failConnect("org.bluez.Error.Failed", error.description);
+    failConnect(kErrorFailed, error.description);
 }
 
+// A failed discovery is not an error on the bus: ServicesResolved becomes true all the same.
 void DoubleDevice::labServicesDiscovered(const OptionalError& error) {
+    if (!connected_) return;
     if (error) {
-        failConnect("org.bluez.Error.Failed", "Service discovery failed: " + error->description);
-        owner_.labCentral().cancelPeripheralConnection(labPeripheral_);
-        return;
+        owner_.log("service discovery of " + address_ + " failed: " + error->description);
+        return resolveLater();
     }
     const auto services = labPeripheral_->services();
     characteristicDiscoveries_ = static_cast<int>(services.size());
@@ -228,19 +300,35 @@ void DoubleDevice::labCharacteristicsDiscovered(const OptionalError& error) {
     if (characteristicDiscoveries_ <= 0) return;
     if (error) {
         characteristicDiscoveries_ = 0;
-        failConnect("org.bluez.Error.Failed", "Characteristic discovery failed: " + error->description);
-        owner_.labCentral().cancelPeripheralConnection(labPeripheral_);
-        return;
+        owner_.log("characteristic discovery of " + address_ + " failed: " + error->description);
+        return resolveLater();
     }
     if (--characteristicDiscoveries_ == 0) resolved();
 }
 
 void DoubleDevice::resolved() {
     publishGatt();
-    setServicesResolved(true);
-    auto result = std::exchange(pendingConnect_, nullptr);
-    owner_.log("connected " + address_ + ", services resolved");
-    if (result) owner_.later([result] { result->returnResults(); });
+    for (auto& characteristic : characteristics_) characteristic->reenable();
+    resolveLater();
+}
+
+void DoubleDevice::resolveLater() {
+    const std::uint64_t link = link_;
+    owner_.after(owner_.options().resolveDelay, [this, link] {
+        if (link != link_ || !connected_) return;
+        setServicesResolved(true);
+        owner_.log("services of " + address_ + " resolved");
+        if (owner_.options().lateCharacteristics.count() > 0) {
+            owner_.after(owner_.options().lateCharacteristics, [this] { publishLateCharacteristics(); });
+        }
+    });
+}
+
+void DoubleDevice::publishLateCharacteristics() {
+    if (!object_) return;
+    for (auto& characteristic : characteristics_) {
+        if (!characteristic->isPublished()) characteristic->publish(owner_.connection(), owner_.root());
+    }
 }
 
 void DoubleDevice::labDisconnected() {
@@ -249,11 +337,13 @@ void DoubleDevice::labDisconnected() {
 }
 
 void DoubleDevice::endLink(const std::string& reason) {
+    ++link_;
     for (auto& characteristic : characteristics_) characteristic->linkEnded();
     setServicesResolved(false);
     setConnected(false);
-    failConnect("org.bluez.Error.Failed", reason);
+    failConnect(kErrorFailed, reason);
     characteristicDiscoveries_ = 0;
+    armExpiry();
 }
 
 void DoubleDevice::powerOff() {
@@ -307,12 +397,19 @@ void DoubleDevice::publishGatt() {
                     *this, servicePath + format("/char%04x", handle),
                     servicePath + format("/char%04x/desc%04x", handle, handle + 2), servicePath, service->uuid(),
                     characteristic->uuid(), characteristic->properties()));
-                characteristics_.back()->publish(owner_.connection(), owner_.root());
+                // Late characteristics appear only after ServicesResolved (publishLateCharacteristics()).
+                if (owner_.options().lateCharacteristics.count() == 0) {
+                    characteristics_.back()->publish(owner_.connection(), owner_.root());
+                }
                 existing = std::prev(characteristics_.end());
             }
             (*existing)->bind(characteristic);
         }
     }
+}
+
+void DoubleDevice::senderLeft(const std::string& sender) {
+    for (auto& characteristic : characteristics_) characteristic->endSession(sender);
 }
 
 DoubleCharacteristic* DoubleDevice::characteristicFor(const std::shared_ptr<Characteristic>& characteristic) {
@@ -323,10 +420,12 @@ DoubleCharacteristic* DoubleDevice::characteristicFor(const std::shared_ptr<Char
 }
 
 void DoubleDevice::withdraw() {
+    disarmExpiry();
     if (connected_ || pendingConnect_) {
         owner_.labCentral().cancelPeripheralConnection(labPeripheral_);
         endLink("Device removed");
     }
+    disarmExpiry();
     for (auto& characteristic : characteristics_) characteristic->withdraw(owner_.root());
     characteristics_.clear();
     for (auto& service : services_) {
@@ -343,6 +442,7 @@ void DoubleDevice::withdraw() {
 }
 
 void DoubleDevice::withdrawQuietly() {
+    disarmExpiry();
     characteristics_.clear();
     services_.clear();
     object_.reset();

@@ -2,6 +2,7 @@
 
 #include <sdbus-c++/sdbus-c++.h>
 
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -20,13 +21,20 @@ class BlueZDouble;
 
 /// One org.bluez.Device1 object for one virtual device of the lab, and its GATT objects, as bluetoothd 5.66
 /// keeps them:
-/// - the object appears (InterfacesAdded) with the first advertisement heard during discovery and stays
-///   until RemoveDevice; while discovery runs with a filter every advertisement changes RSSI (a
-///   PropertiesChanged each time), without one only a change of at least 8 dB does; when discovery stops
-///   RSSI is invalidated;
-/// - Connect links the lab's central to the device, then discovers its services and characteristics,
-///   publishes them (once: they survive disconnects), sets ServicesResolved and answers; a second Connect
-///   while one is pending is InProgress; Disconnect ends the link; a link lost on the device's side turns
+/// - the object appears (InterfacesAdded) with the first advertisement reported during discovery; the
+///   controller's duplicate filter reports an unchanged advertisement once per cycle
+///   (DoubleOptions::duplicateFilterCycle) and a changed one at once. While discovery runs with a filter
+///   every reported advertisement changes RSSI (a PropertiesChanged each time), without one only a change
+///   of at least 8 dB does; when discovery stops RSSI is invalidated;
+/// - an object without a link goes DoubleOptions::temporaryTimeout after its last reported advertisement
+///   (a failed Connect leaves it in place), until RemoveDevice at the latest;
+/// - Connect answers once the link is up, before GATT discovery; then the services and characteristics are
+///   published (once: they survive disconnects), open notify sessions are re-enabled, and ServicesResolved
+///   follows (DoubleOptions::resolveDelay later). A Connect to a device that is not on the air fails after
+///   DoubleOptions::connectAbortDelay with "le-connection-abort-by-local"; with public addresses it goes
+///   over BR/EDR and fails with "br-connection-page-timeout". A failed GATT discovery still ends with
+///   ServicesResolved, without services. Connect while connected and Disconnect without a link succeed;
+///   a second Connect while one is pending is InProgress; a link lost on the device's side turns
 ///   Connected false.
 /// Bus thread only.
 class DoubleDevice {
@@ -47,6 +55,7 @@ public:
 
     // ---- advertising
     void heard(const AdvertisementData& data, int rssi, bool filtered);
+    /// Discovery stopped: RSSI is invalidated.
     void discoveryStopped();
 
     // ---- link, from the lab
@@ -57,6 +66,8 @@ public:
     void labDisconnected();
     DoubleCharacteristic* characteristicFor(const std::shared_ptr<Characteristic>& characteristic);
 
+    /// A program left the bus: its notify sessions end.
+    void senderLeft(const std::string& sender);
     /// The adapter went off: the link ends.
     void powerOff();
     /// RemoveDevice: the object and everything below it go.
@@ -72,9 +83,14 @@ private:
     void connect(std::shared_ptr<sdbus::Result<>> result);
     void disconnect(std::shared_ptr<sdbus::Result<>> result);
     void failConnect(const std::string& name, const std::string& message);
+    void waitForAir(std::shared_ptr<sdbus::Result<>> result, std::chrono::steady_clock::time_point deadline);
     void endLink(const std::string& reason);
     void publishGatt();
     void resolved();
+    void resolveLater();
+    void publishLateCharacteristics();
+    void armExpiry();
+    void disarmExpiry();
     void setConnected(bool connected);
     void setServicesResolved(bool resolved);
     std::string servicePathFor(const BLEUUID& uuid);
@@ -98,6 +114,9 @@ private:
     std::shared_ptr<sdbus::Result<>> pendingConnect_;
     std::vector<std::shared_ptr<sdbus::Result<>>> pendingDisconnects_;
     int characteristicDiscoveries_ = 0;
+    std::uint64_t link_ = 0;  // counts links, so that timers of an ended link do nothing
+    std::optional<std::uint64_t> reportedCycle_;
+    std::optional<std::uint64_t> expiryTimer_;
 
     // GATT objects (kept across links).
     struct ServiceObject {

@@ -40,6 +40,11 @@ int main(int argc, char** argv) {
     bluezdouble::DoubleOptions options;
     std::string connectError;
     int replyDelayMs = 0;
+    int duplicateCycleMs = 10240;
+    int temporaryTimeoutMs = 30000;
+    int connectAbortMs = 40000;
+    int resolveDelayMs = 60;
+    int lateCharacteristicsMs = 0;
     CLI::App app{"A stand-in for bluetoothd on the system bus (DBUS_SYSTEM_BUS_ADDRESS), playing the lab's devices"};
     app.add_option("--lab", options.labFile, "lab file with the virtual devices (default: the tool's default lab)");
     app.add_option("--seed", options.seed, "seed of the lab's random faults");
@@ -50,6 +55,26 @@ int main(int argc, char** argv) {
     app.add_option("--connect-error", connectError, "answer every Connect with NAME[:MESSAGE]");
     app.add_option("--reply-delay-ms", replyDelayMs, "delay every answer that waits for a device")
         ->check(CLI::Range(0, 600000));
+    app.add_option("--duplicate-cycle-ms", duplicateCycleMs,
+                   "an unchanged advertisement is reported once per this many ms (default 10240)")
+        ->check(CLI::Range(1, 600000));
+    app.add_option("--temporary-timeout-ms", temporaryTimeoutMs,
+                   "a device object goes this long after its last advertisement (default 30000)")
+        ->check(CLI::Range(1, 3600000));
+    app.add_option("--connect-abort-ms", connectAbortMs,
+                   "a Connect to a device that is not on the air fails after this long (default 40000)")
+        ->check(CLI::Range(0, 600000));
+    app.add_option("--resolve-delay-ms", resolveDelayMs,
+                   "from the end of GATT discovery to ServicesResolved (default 60)")
+        ->check(CLI::Range(0, 600000));
+    app.add_option("--late-characteristics-ms", lateCharacteristicsMs,
+                   "characteristic objects first appear this long after ServicesResolved (default 0)")
+        ->check(CLI::Range(0, 600000));
+    app.add_option("--mtu", options.mtu, "ATT MTU of every link (default 23)")->check(CLI::Range(23, 517));
+    app.add_flag("--gatt-discovery-fails", options.gattDiscoveryFails,
+                 "GATT discovery fails: ServicesResolved with no services");
+    app.add_flag("--public-addresses", options.publicAddresses,
+                 "public device addresses: Connect goes over BR/EDR and fails");
     app.add_flag("--garbage", options.garbage, "add malformed objects and properties of the wrong types");
     app.add_flag("--verbose", options.verbose, "log on stderr");
     CLI11_PARSE(app, argc, argv);
@@ -59,6 +84,11 @@ int main(int argc, char** argv) {
         if (colon != std::string::npos) options.connectErrorMessage = connectError.substr(colon + 1);
     }
     options.replyDelay = std::chrono::milliseconds(replyDelayMs);
+    options.duplicateFilterCycle = std::chrono::milliseconds(duplicateCycleMs);
+    options.temporaryTimeout = std::chrono::milliseconds(temporaryTimeoutMs);
+    options.connectAbortDelay = std::chrono::milliseconds(connectAbortMs);
+    options.resolveDelay = std::chrono::milliseconds(resolveDelayMs);
+    options.lateCharacteristics = std::chrono::milliseconds(lateCharacteristicsMs);
     Log::shared().setSink([verbose = options.verbose](const std::string& line) {
         if (verbose) std::fprintf(stderr, "bluez-double: %s\n", line.c_str());
     });

@@ -23,6 +23,10 @@ struct BlueZOptions {
     Duration localCallTimeout = std::chrono::seconds(5);
     /// How often a lost bus connection is tried again.
     Duration reconnectInterval = std::chrono::seconds(1);
+    /// While a central scans with duplicates allowed, discovery is stopped and started again this often:
+    /// the controller's duplicate filter, which the kernel keeps on, reports an unchanged advertisement only
+    /// once per 10.24-second scan cycle otherwise.
+    Duration duplicateScanRestartInterval = std::chrono::seconds(2);
     /// Most devices mirrored at once; further devices are ignored (and logged) until others go.
     std::size_t maxDevices = 512;
     /// Most GATT services and characteristics mirrored at once, over all devices.

@@ -361,7 +361,10 @@ void Backend::onInterfacesAdded(const std::string& path, const InterfaceMap& int
         refreshPower();
     }
     if (change) deviceChanged(path, *change);
-    if (interfaces.count(kGattServiceInterface) != 0) gattChangedBelow(path);
+    // Characteristics may be announced after ServicesResolved: peripherals waiting for them look again.
+    if (interfaces.count(kGattServiceInterface) != 0 || interfaces.count(kGattCharacteristicInterface) != 0) {
+        gattChangedBelow(path);
+    }
 }
 
 void Backend::onInterfacesRemoved(const std::string& path, const std::vector<std::string>& interfaces) {
@@ -394,7 +397,8 @@ void Backend::deviceChanged(const std::string& path, const ObjectMirror::DeviceC
     for (const auto& central : liveCentrals()) {
         if (change.advertised || change.added) central->deviceNamed(*device);
         if (heard) central->advertised(*device);
-        if (change.link) central->deviceLinkChanged(*device);
+        // A new object matters to a peripheral waiting for its device to come back.
+        if (change.link || change.added) central->deviceLinkChanged(*device);
     }
     refreshDirectoryEntry(path);
 }
@@ -637,6 +641,7 @@ void Backend::startDiscovery() {
                       discoveryBusy_ = false;
                       if (!failure || failure->name == kErrorInProgress) {
                           discoveryActive_ = true;
+                          scheduleDiscoveryRestart();
                       } else {
                           // Not tried again until the next scan request or power change.
                           discoveryRefused_ = true;
@@ -645,6 +650,25 @@ void Backend::startDiscovery() {
                       updateDiscovery();
                   });
          });
+}
+
+void Backend::after(Duration delay, Task task) {
+    loop_->postAfter(delay, std::move(task));
+}
+
+void Backend::scheduleDiscoveryRestart() {
+    const std::uint64_t generation = ++discoveryGeneration_;
+    loop_->postAfter(options_.duplicateScanRestartInterval, [this, generation] { restartDiscovery(generation); });
+}
+
+// The kernel keeps the controller's duplicate filter on, so an unchanged device is reported once per scan
+// cycle; a new discovery resets the filter and every device in range is reported again.
+void Backend::restartDiscovery(std::uint64_t generation) {
+    if (generation != discoveryGeneration_ || !discoveryActive_ || state_ != CentralState::PoweredOn) return;
+    bool duplicates = false;
+    for (const auto& central : liveCentrals()) duplicates |= central->wantsDuplicateReports();
+    if (!duplicates || discoveryBusy_) return scheduleDiscoveryRestart();
+    stopDiscovery();  // its answer starts discovery again, as a central still wants it
 }
 
 void Backend::stopDiscovery() {

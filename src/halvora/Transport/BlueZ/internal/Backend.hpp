@@ -87,7 +87,9 @@ public:
     /// Calls a method of bluetoothd with a deadline; `decoder` reads the answer, `done` runs in a later task.
     void call(const std::string& path, const std::string& interface, const std::string& method,
               const Arguments& arguments, Duration timeout, Done done, Decoder decoder = {});
-    /// Starts or stops discovery so that it runs exactly while a central scans.
+    /// Runs `task` in the loop after `delay`.
+    void after(Duration delay, Task task);
+    /// Starts or stops discovery so that it runs exactly while a central scans (or waits for a device).
     void updateDiscovery();
     /// The same after a new scan request: a refused start is tried again.
     void requestDiscovery();
@@ -148,6 +150,9 @@ private:
     void logOnce(const std::string& line);
     void startDiscovery();
     void stopDiscovery();
+    /// While a central scans with duplicates, restarts discovery after the restart interval.
+    void scheduleDiscoveryRestart();
+    void restartDiscovery(std::uint64_t generation);
     void sayGoodbye();
 
     const BlueZOptions options_;
@@ -167,6 +172,7 @@ private:
     bool discoveryActive_ = false;
     bool discoveryBusy_ = false;
     bool discoveryRefused_ = false;
+    std::uint64_t discoveryGeneration_ = 0;  // counts starts, so that an old restart timer does nothing
     std::set<std::string> loggedOnce_;
     std::set<std::string> connectRequested_;
     std::atomic<bool> stopping_{false};

@@ -127,7 +127,29 @@ void BlueZCentral::scanForPeripheralsWithServices(const std::vector<BLEUUID>& se
         allowDuplicates_ = options.allowDuplicates;
         reportedThisScan_.clear();
     }
-    onBus([](Backend& backend) { backend.requestDiscovery(); });
+    std::weak_ptr<BlueZCentral> weak = weak_from_this();
+    onBus([weak](Backend& backend) {
+        backend.requestDiscovery();
+        if (auto self = weak.lock()) self->announceHeldDevices();
+    });
+}
+
+void BlueZCentral::announceHeldDevices() {
+    for (const auto& [path, device] : bus_->mirror().devices()) {
+        if (device.rssi) advertised(device);
+    }
+}
+
+bool BlueZCentral::wantsDiscovery() const {
+    if (isScanning()) return true;
+    const auto peripherals = peripheralList();
+    return std::any_of(peripherals.begin(), peripherals.end(),
+                       [](const auto& peripheral) { return peripheral->isAwaitingDevice(); });
+}
+
+bool BlueZCentral::wantsDuplicateReports() const {
+    std::lock_guard lock(mutex_);
+    return scanning_ && allowDuplicates_;
 }
 
 void BlueZCentral::stopScan() {

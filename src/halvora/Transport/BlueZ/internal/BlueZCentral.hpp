@@ -26,7 +26,9 @@ class BlueZPeripheral;
 ///   and scan without further events, as CoreBluetooth does;
 /// - while scanning, every advertisement of a device (a new device, or a change of its RSSI, name,
 ///   manufacturer or service data) is a discovery event, or only the first one per device and scan
-///   without duplicates;
+///   without duplicates; a scan starts with one discovery event for each device bluetoothd holds an RSSI
+///   for (heard in the discovery already running), as bluetoothd does not report it again until the
+///   controller's next scan cycle;
 /// - retrieving by identifier or by services answers from the backend's device directory.
 /// One BlueZPeripheral per device (the same object every time), at most options().maxDevices of them.
 class BlueZCentral : public Central, public std::enable_shared_from_this<BlueZCentral> {
@@ -68,7 +70,11 @@ public:
     void characteristicValue(const std::string& devicePath, const std::string& path,
                              const std::vector<std::uint8_t>& value);
     void gattChanged(const std::string& devicePath);
-    bool wantsDiscovery() const { return isScanning(); }
+    /// Scanning, or a peripheral waits for its device object to come back.
+    bool wantsDiscovery() const;
+    bool wantsDuplicateReports() const;
+    /// A scan started: one discovery event for each device with an RSSI.
+    void announceHeldDevices();
 
 private:
     std::shared_ptr<BlueZPeripheral> peripheralFor(const std::string& identifier, const std::string& path,

@@ -16,6 +16,11 @@ using Kind = CharacteristicChannel::Request::Kind;
 
 constexpr const char* kWriteTypeRequest = "request";
 constexpr const char* kWriteTypeCommand = "command";
+/// bluetoothd's Connect failures over BR/EDR start with this.
+constexpr const char* kBrEdrFailurePrefix = "br-connection-";
+/// What to do about them: health devices are LE only.
+constexpr const char* kBrEdrAdvice =
+    "bluetoothd tried BR/EDR for an LE device; set ControllerMode = le in /etc/bluetooth/main.conf";
 
 BLEError notConnectedError() {
     return BLEError{BLEErrorNotConnected, "The peripheral is not connected."};
@@ -137,14 +142,23 @@ void BlueZPeripheral::requestConnect() {
             break;
     }
     if (bus_->state() != CentralState::PoweredOn) return failAttempt(BLEError{BLEErrorPoweredOff, "Bluetooth is off."});
-    const auto* device = bus_->mirror().device(path_);
-    if (device == nullptr) {
-        return failAttempt(BLEError{BLEErrorConnectionFailed, "BlueZ does not know the device (not seen in a scan)."});
-    }
     const std::uint64_t attempt = ++attempt_;
     connectAnswered_ = false;
+    forgetEarlyValues();
     setState(PeripheralState::Connecting);
-    if (device->connected && device->servicesResolved) return becomeConnected();
+    const auto* device = bus_->mirror().device(path_);
+    if (device == nullptr) {
+        // bluetoothd drops a device's object 30 s after its last advertisement: discover until it is back.
+        awaitingDevice_ = true;
+        bus_->log().write("BlueZ: bluetoothd does not know " + path_ + "; discovering until it advertises");
+        bus_->requestDiscovery();
+        return;
+    }
+    if (device->connected && device->servicesResolved) return linkResolved();
+    sendConnect(attempt);
+}
+
+void BlueZPeripheral::sendConnect(std::uint64_t attempt) {
     bus_->noteConnectRequested(path_, true);
     std::weak_ptr<BlueZPeripheral> weak = self();
     bus_->call(path_, kDeviceInterface, "Connect", {}, bus_->options().deviceCallTimeout,
@@ -153,17 +167,53 @@ void BlueZPeripheral::requestConnect() {
                });
 }
 
+void BlueZPeripheral::deviceReturned() {
+    awaitingDevice_ = false;
+    bus_->log().write("BlueZ: " + path_ + " is back; connecting");
+    bus_->updateDiscovery();
+    sendConnect(attempt_);
+}
+
 void BlueZPeripheral::connectAnswered(std::uint64_t attempt, const std::optional<DBusFailure>& failure) {
     if (attempt != attempt_ || state() != PeripheralState::Connecting) return;
     if (failure && failure->name != kErrorAlreadyConnected) {
         ++attempt_;
+        if (failure->message.rfind(kBrEdrFailurePrefix, 0) == 0) {
+            bus_->log().write("BlueZ: Connect of " + path_ + " failed over BR/EDR (" + failure->message +
+                              "): " + kBrEdrAdvice);
+        }
         return failAttempt(failure->toError(BLEErrorConnectionFailed));
     }
     connectAnswered_ = true;
     linkChanged(bus_->mirror().device(path_));
 }
 
+// ServicesResolved is also set when GATT discovery failed; then no service is ever announced.
+void BlueZPeripheral::linkResolved() {
+    if (!bus_->mirror().servicesOf(path_).empty()) return becomeConnected();
+    if (servicesWaitAttempt_ == attempt_) return;
+    servicesWaitAttempt_ = attempt_;
+    const std::uint64_t attempt = attempt_;
+    std::weak_ptr<BlueZPeripheral> weak = self();
+    bus_->after(kServicesWait, [weak, attempt] {
+        if (auto peripheral = weak.lock()) peripheral->servicesWaitEnded(attempt);
+    });
+}
+
+void BlueZPeripheral::servicesWaitEnded(std::uint64_t attempt) {
+    if (attempt != attempt_ || state() != PeripheralState::Connecting) return;
+    const auto* device = bus_->mirror().device(path_);
+    if (device == nullptr || !device->connected || !device->servicesResolved) return;  // linkChanged decides
+    if (!bus_->mirror().servicesOf(path_).empty()) return becomeConnected();
+    ++attempt_;
+    bus_->log().write("BlueZ: GATT discovery of " + path_ + " failed: services resolved, but none announced");
+    failAttempt(BLEError{BLEErrorConnectionFailed, "GATT discovery failed: the device's services are unknown."});
+    disconnectDevice({});
+}
+
 void BlueZPeripheral::failAttempt(BLEError error) {
+    awaitingDevice_ = false;
+    forgetEarlyValues();
     setState(PeripheralState::Disconnected);
     bus_->noteConnectRequested(path_, false);
     postCentralEvent([error = std::move(error)](BlueZCentral& central, CentralDelegate& delegate, const auto& self) {
@@ -174,8 +224,10 @@ void BlueZPeripheral::failAttempt(BLEError error) {
 void BlueZPeripheral::linkChanged(const ObjectMirror::Device* device) {
     switch (state()) {
         case PeripheralState::Connecting:
-            if (device != nullptr && device->connected && device->servicesResolved) {
-                becomeConnected();
+            if (awaitingDevice_) {
+                if (device != nullptr) deviceReturned();
+            } else if (device != nullptr && device->connected && device->servicesResolved) {
+                linkResolved();
             } else if (device == nullptr) {
                 ++attempt_;
                 failAttempt(BLEError{BLEErrorPeripheralDisconnected, "The device went away while connecting."});
@@ -211,6 +263,7 @@ void BlueZPeripheral::becomeConnected() {
 void BlueZPeripheral::linkDown(OptionalError error) {
     ++generation_;
     forgetGatt();
+    forgetEarlyValues();
     setState(PeripheralState::Disconnected);
     bus_->noteConnectRequested(path_, false);
     postCentralEvent([error = std::move(error)](BlueZCentral& central, CentralDelegate& delegate, const auto& self) {
@@ -230,15 +283,22 @@ void BlueZPeripheral::requestCancel() {
             });
             break;
         }
-        case PeripheralState::Connecting:
+        case PeripheralState::Connecting: {
             ++attempt_;
+            const bool awaiting = awaitingDevice_.exchange(false);
+            forgetEarlyValues();
             setState(PeripheralState::Disconnected);
             bus_->noteConnectRequested(path_, false);
             postCentralEvent([](BlueZCentral& central, CentralDelegate& delegate, const auto& self) {
                 delegate.centralManagerDidDisconnectPeripheral(central, self, std::nullopt);
             });
-            disconnectDevice({});
+            if (awaiting) {
+                bus_->updateDiscovery();  // nothing to disconnect: the object never came back
+            } else {
+                disconnectDevice({});
+            }
             break;
+        }
         case PeripheralState::Disconnecting:
         case PeripheralState::Disconnected:
             break;
@@ -259,9 +319,11 @@ void BlueZPeripheral::disconnectDevice(std::function<void(BlueZPeripheral&)> ans
 
 void BlueZPeripheral::powerOff() {
     ++attempt_;
+    awaitingDevice_ = false;
     if (state() == PeripheralState::Disconnected) return;
     ++generation_;
     forgetGatt();
+    forgetEarlyValues();
     setState(PeripheralState::Disconnected);
     bus_->noteConnectRequested(path_, false);
 }
@@ -269,12 +331,30 @@ void BlueZPeripheral::powerOff() {
 // Services and characteristics found over a link are not valid over the next one; requests still waiting
 // end with their link.
 void BlueZPeripheral::forgetGatt() {
+    closeNotifySessions();
     servicesByPath_.clear();
     servicePaths_.clear();
     channels_.clear();
+    notifyAsked_.clear();
     channelPaths_.clear();
     std::lock_guard lock(mutex_);
     services_.clear();
+}
+
+// bluetoothd keeps a notify session across links and switches delivery on again at the next link; the kit
+// expects a new link to start with notifications off, so the sessions it opened end with their link.
+void BlueZPeripheral::closeNotifySessions() {
+    Backend* backend = bus_;
+    for (const auto& [path, channel] : channels_) {
+        if (!channel->isNotifying() && !channel->isNotifyRequested()) continue;
+        bus_->call(path, kGattCharacteristicInterface, "StopNotify", {}, bus_->options().deviceCallTimeout,
+                   [backend, path = path](const std::optional<DBusFailure>& failure) {
+                       // "No notify session started" (Failed) means it already ended; anything else is news.
+                       if (failure && failure->name != kErrorFailed) {
+                           backend->log().write("BlueZ: StopNotify of " + path + " failed: " + failure->text());
+                       }
+                   });
+    }
 }
 
 // ---------------------------------------------------------------- GATT requests
@@ -331,7 +411,7 @@ void BlueZPeripheral::serveServiceDiscovery(const std::optional<std::vector<BLEU
 }
 
 void BlueZPeripheral::serveCharacteristicDiscovery(const std::vector<BLEUUID>& filter,
-                                                   const std::shared_ptr<Service>& service) {
+                                                   const std::shared_ptr<Service>& service, bool waited) {
     auto answer = [this, service](OptionalError error) {
         postDelegateEvent([service, error](const auto& self, PeripheralDelegate& delegate) {
             delegate.peripheralDidDiscoverCharacteristicsForService(self, service, error);
@@ -340,6 +420,16 @@ void BlueZPeripheral::serveCharacteristicDiscovery(const std::vector<BLEUUID>& f
     if (state() != PeripheralState::Connected) return answer(notConnectedError());
     const auto found = service ? servicePaths_.find(service.get()) : servicePaths_.end();
     if (found == servicePaths_.end()) return answer(unknownAttributeError());
+    if (!waited && !characteristicsMirrored(filter, found->second)) {
+        // bluetoothd may announce characteristics after ServicesResolved: wait a little for them.
+        const std::uint64_t wait = ++nextWait_;
+        waitingDiscoveries_[wait] = CharacteristicDiscovery{filter, service};
+        std::weak_ptr<BlueZPeripheral> weak = self();
+        bus_->after(kCharacteristicsWait, [weak, wait] {
+            if (auto peripheral = weak.lock()) peripheral->characteristicWaitEnded(wait);
+        });
+        return;
+    }
     for (const auto& record : bus_->mirror().characteristicsOf(found->second)) {
         if (!filter.empty() && !contains(filter, record.uuid)) continue;
         if (channels_.count(record.path) != 0 || service->characteristic(record.uuid)) continue;
@@ -349,6 +439,36 @@ void BlueZPeripheral::serveCharacteristicDiscovery(const std::vector<BLEUUID>& f
         channels_[record.path] = std::make_unique<CharacteristicChannel>(record.path, characteristic);
     }
     answer(std::nullopt);
+}
+
+bool BlueZPeripheral::characteristicsMirrored(const std::vector<BLEUUID>& filter,
+                                              const std::string& servicePath) const {
+    const auto records = bus_->mirror().characteristicsOf(servicePath);
+    if (filter.empty()) return !records.empty();
+    return std::all_of(filter.begin(), filter.end(), [&](const BLEUUID& uuid) {
+        return std::any_of(records.begin(), records.end(), [&](const auto& record) { return record.uuid == uuid; });
+    });
+}
+
+void BlueZPeripheral::retryCharacteristicDiscoveries() {
+    for (auto it = waitingDiscoveries_.begin(); it != waitingDiscoveries_.end();) {
+        const auto path = it->second.service ? servicePaths_.find(it->second.service.get()) : servicePaths_.end();
+        if (path != servicePaths_.end() && !characteristicsMirrored(it->second.filter, path->second)) {
+            ++it;
+            continue;
+        }
+        const CharacteristicDiscovery discovery = std::move(it->second);
+        it = waitingDiscoveries_.erase(it);
+        serveCharacteristicDiscovery(discovery.filter, discovery.service, true);
+    }
+}
+
+void BlueZPeripheral::characteristicWaitEnded(std::uint64_t wait) {
+    const auto found = waitingDiscoveries_.find(wait);
+    if (found == waitingDiscoveries_.end()) return;
+    const CharacteristicDiscovery discovery = std::move(found->second);
+    waitingDiscoveries_.erase(found);
+    serveCharacteristicDiscovery(discovery.filter, discovery.service, true);
 }
 
 CharacteristicChannel* BlueZPeripheral::channelOf(const std::shared_ptr<Characteristic>& characteristic) {
@@ -371,6 +491,7 @@ void BlueZPeripheral::submit(const std::shared_ptr<Characteristic>& characterist
             BLEError{BLEErrorInvalidParameters, "The value is longer than a characteristic can hold."});
     }
     const Kind kind = request.kind;
+    if (kind == Kind::NotifyOn || kind == Kind::NotifyOff) notifyAsked_.insert(channel->path());
     if (!channel->enqueue(std::move(request))) {
         return answerRequest(characteristic, kind,
                              BLEError{BLEErrorInProgress, "Too many requests are waiting for this characteristic."});
@@ -444,7 +565,11 @@ void BlueZPeripheral::answered(const std::string& path, std::uint64_t generation
     CharacteristicChannel& channel = *found->second;
     const auto characteristic = channel.characteristic();
     OptionalError error;
-    if (failure) {
+    const auto* record = bus_->mirror().characteristic(path);
+    const bool sessionOn = record != nullptr && record->notifying;
+    if (failure && kind == Kind::NotifyOn && failure->name == kErrorInProgress && sessionOn) {
+        // bluetoothd is switching the session it kept from the last link on again: it is on.
+    } else if (failure) {
         error = failure->toError(BLEErrorTransport);
         if (failure->name == kErrorMalformedAnswer) bus_->log().write("BlueZ: " + path + ": " + failure->message);
     }
@@ -463,8 +588,14 @@ void BlueZPeripheral::answered(const std::string& path, std::uint64_t generation
             channel.setNotifying(!error);
             channel.setNotifyRequested(false);
             answerRequest(characteristic, kind, error);
+            if (error) {
+                earlyValues_.erase(path);
+            } else {
+                deliverEarlyValues(path);
+            }
             break;
         case Kind::NotifyOff:
+            earlyValues_.erase(path);
             if (!error) channel.setNotifying(false);
             answerRequest(characteristic, kind, error);
             break;
@@ -521,16 +652,60 @@ void BlueZPeripheral::deliverNotification(const std::shared_ptr<Characteristic>&
 }
 
 void BlueZPeripheral::valueArrived(const std::string& characteristicPath, std::vector<std::uint8_t> value) {
-    if (state() != PeripheralState::Connected) return;
+    const auto state = this->state();
+    const bool linking = state == PeripheralState::Connecting && !awaitingDevice_;
+    if (state != PeripheralState::Connected && !linking) return;
     const auto found = channels_.find(characteristicPath);
-    if (found == channels_.end()) return;  // never discovered over this link: nothing to report it on
-    const auto characteristic = found->second->characteristic();
-    for (auto& delivered : found->second->valueArrived(std::move(value)))
-        deliverNotification(characteristic, std::move(delivered));
+    const bool keeping = earlyValues_.count(characteristicPath) != 0;
+    if (state == PeripheralState::Connected && found != channels_.end() && !keeping && found->second->takesValues()) {
+        const auto characteristic = found->second->characteristic();
+        for (auto& delivered : found->second->valueArrived(std::move(value)))
+            deliverNotification(characteristic, std::move(delivered));
+        return;
+    }
+    // A session kept from the last link delivers before the kit switches notifications on over this one
+    // (after the kit has decided, a session of another program is not the kit's business).
+    const auto* record = bus_->mirror().characteristic(characteristicPath);
+    const bool undecided = keeping || notifyAsked_.count(characteristicPath) == 0;
+    if (record != nullptr && record->notifying && undecided) keepEarlyValue(characteristicPath, std::move(value));
+}
+
+void BlueZPeripheral::keepEarlyValue(const std::string& path, std::vector<std::uint8_t> value) {
+    auto& values = earlyValues_[path];
+    if (values.size() >= kMaxEarlyValues) {
+        values.pop_front();
+        if (!earlyValuesDropped_) {
+            earlyValuesDropped_ = true;
+            bus_->log().write("BlueZ: more than " + std::to_string(kMaxEarlyValues) + " notifications of " + path +
+                              " before notifications were switched on; the oldest are dropped");
+        }
+    }
+    values.push_back(std::move(value));
+}
+
+void BlueZPeripheral::deliverEarlyValues(const std::string& path) {
+    const auto kept = earlyValues_.find(path);
+    if (kept == earlyValues_.end()) return;
+    const auto channel = channels_.find(path);
+    if (channel != channels_.end()) {
+        const auto characteristic = channel->second->characteristic();
+        for (auto& value : kept->second) deliverNotification(characteristic, std::move(value));
+    }
+    earlyValues_.erase(kept);
+}
+
+void BlueZPeripheral::forgetEarlyValues() {
+    earlyValues_.clear();
+    earlyValuesDropped_ = false;
 }
 
 void BlueZPeripheral::gattChanged() {
     const auto& mirror = bus_->mirror();
+    if (state() == PeripheralState::Connecting && !awaitingDevice_) {
+        const auto* device = mirror.device(path_);
+        if (device != nullptr && device->connected && device->servicesResolved && !mirror.servicesOf(path_).empty())
+            return becomeConnected();
+    }
     for (auto it = channels_.begin(); it != channels_.end();) {
         if (mirror.characteristic(it->first) != nullptr) {
             ++it;
@@ -552,6 +727,16 @@ void BlueZPeripheral::gattChanged() {
         servicePaths_.erase(it->second.get());
         it = servicesByPath_.erase(it);
     }
+    if (!waitingDiscoveries_.empty()) settleThenRetry();
+}
+
+void BlueZPeripheral::settleThenRetry() {
+    const std::uint64_t token = ++settleToken_;
+    std::weak_ptr<BlueZPeripheral> weak = self();
+    bus_->after(kGattSettle, [weak, token] {
+        auto peripheral = weak.lock();
+        if (peripheral && token == peripheral->settleToken_) peripheral->retryCharacteristicDiscoveries();
+    });
 }
 
 }  // namespace halvora::bluez

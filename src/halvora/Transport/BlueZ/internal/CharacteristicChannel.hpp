@@ -51,6 +51,9 @@ public:
     bool isNotifying() const { return notifying_; }
     void setNotifying(bool on) { notifying_ = on; }
     void setNotifyRequested(bool requested) { notifyRequested_ = requested; }
+    bool isNotifyRequested() const { return notifyRequested_; }
+    /// Whether a Value change now is for this channel: notifications on or asked for, or a read pending.
+    bool takesValues() const { return wantsValues() || readPending_; }
 
     /// A Value change arrived. Returns the values to deliver as notifications now (none while a read is
     /// pending or notifications are off).
