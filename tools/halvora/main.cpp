@@ -1,13 +1,13 @@
 // halvora: the Halvora SDK's command-line tool. It drives the kit only through HalvoraSDKManager and its
 // delegates, the way an application does, over the virtual device lab (default) or BlueZ.
+#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <string>
-
-#include <CLI/CLI.hpp>
 
 #include "CliError.hpp"
 #include "CommandSet.hpp"
 #include "Commands.hpp"
+#include "LabState.hpp"
 #include "dfu/HexImageFile.hpp"
 
 using namespace halvora;
@@ -18,6 +18,18 @@ namespace {
 int fail(int code, const std::string& reason) {
     std::fprintf(stderr, "halvora: %s\n", reason.c_str());
     return code;
+}
+
+/// `lab forget`: deletes what the lab in use remembers.
+int runLabForget(const LabState& state) {
+    const auto folder = state.labFolder();
+    if (!folder) {
+        std::printf("no lab state is kept (--lab-state \"\" or HALVORA_LAB_STATE empty): nothing to forget\n");
+        return ExitOk;
+    }
+    const std::size_t devices = state.forget();
+    std::printf("forgot %zu device memor%s (%s)\n", devices, devices == 1 ? "y" : "ies", folder->c_str());
+    return ExitOk;
 }
 
 }  // namespace
@@ -31,6 +43,11 @@ int main(int argc, char** argv) {
     app.add_option("--transport", options.transport, "lab (default) or bluez")->check(CLI::IsMember({"lab", "bluez"}));
     app.add_option("--adapter", options.adapter, "BlueZ adapter (default hci0)");
     app.add_option("--lab", options.labFile, "JSON description of the lab's virtual devices")->check(CLI::ExistingFile);
+    std::optional<std::string> labState;
+    app.add_option("--lab-state", labState,
+                   "where the lab's devices remember what the phone wrote between runs (default "
+                   "$HALVORA_LAB_STATE, else $XDG_STATE_HOME/halvora/lab, else ~/.local/state/halvora/lab; "
+                   "\"\" keeps nothing)");
     app.add_option("--seed", seed, "seed of the lab's random faults")->check(CLI::NonNegativeNumber);
     app.add_flag("--realtime", options.realtime, "run on real threads and the real clock instead of virtual time");
     app.add_flag("--json", options.json, "one JSON object per line");
@@ -58,6 +75,11 @@ int main(int argc, char** argv) {
         "info", "what the kit makes of a firmware file: image size, packets, where the image ends and why");
     hexInfo->add_option("FILE", hexFile, "the Intel HEX file")->required();
 
+    auto* labGroup = app.add_subcommand("lab", "the virtual lab's devices");
+    labGroup->require_subcommand(1);
+    auto* labForget =
+        labGroup->add_subcommand("forget", "delete what the lab's devices remember (the lab of --lab, or the default)");
+
     CommandSet commands;
     addMeasurementCommands(app, commands);
     addBraceletCommands(app, commands);
@@ -76,12 +98,15 @@ int main(int argc, char** argv) {
         return fail(ExitBadArguments, e.what());
     }
     if (seed >= 0) options.seed = static_cast<std::uint64_t>(seed);
+    // The demo shows the lab as it left the factory: it neither reads nor leaves memories.
+    if (!demo->parsed()) LabState::setCurrent(LabState(LabState::folderFrom(labState), options.labFile));
 
     try {
         if (devices->parsed()) {
             Printer printer(options.json);
             return runDevices(printer);
         }
+        if (labForget->parsed()) return runLabForget(LabState::current());
         if (hexInfo->parsed()) {
             Printer printer(options.json);
             return runHexInfo(printer, hexFile);

@@ -112,12 +112,43 @@ void VirtualPillBox::setScript(const PillBoxScript& script) {
     zoneMinutes_ = script.zoneMinutes;
     lastSync_ = script.lastSync;
     storeSchedule(script.schedule);
-    scriptedHistory_ = script.history;
+    keepHistory(script.history);
+    historyClearedAt_.reset();
+}
+
+void VirtualPillBox::keepHistory(std::optional<std::vector<PillBoxDose>> history) {
+    scriptedHistory_ = std::move(history);
     if (scriptedHistory_ && scriptedHistory_->size() > kMaxHistory) {
         scriptedHistory_->erase(scriptedHistory_->begin(),
                                 scriptedHistory_->end() - static_cast<std::ptrdiff_t>(kMaxHistory));
     }
-    historyClearedAt_.reset();
+}
+
+PillBoxMemory VirtualPillBox::memory() const {
+    std::lock_guard lock(mutex_);
+    return memoryNow();
+}
+
+PillBoxMemory VirtualPillBox::memoryNow() const {
+    return {zoneHours_,        zoneMinutes_,   lastSync_,        alarmDuration_,
+            confirmationTime_, flatSchedule(), scriptedHistory_, historyClearedAt_};
+}
+
+void VirtualPillBox::restore(const PillBoxMemory& memory) {
+    std::lock_guard lock(mutex_);
+    zoneHours_ = memory.zoneHours;
+    zoneMinutes_ = memory.zoneMinutes;
+    lastSync_ = memory.lastSync;
+    alarmDuration_ = memory.alarmDuration;
+    confirmationTime_ = memory.confirmationTime;
+    storeSchedule(memory.schedule);
+    keepHistory(memory.history);
+    historyClearedAt_ = memory.historyClearedAt;
+}
+
+void VirtualPillBox::setMemoryCallback(MemoryCallback callback) {
+    std::lock_guard lock(mutex_);
+    memoryCallback_ = std::move(callback);
 }
 
 void VirtualPillBox::storeSchedule(const std::vector<PillBoxAlarm>& alarms) {
@@ -223,14 +254,25 @@ void VirtualPillBox::onDisconnected() {
 void VirtualPillBox::onWrite(const BLEUUID& characteristic, const std::vector<std::uint8_t>& value, WriteType) {
     if (characteristic != kWrite) return;
     Replies replies;
+    std::optional<PillBoxMemory> changed;
+    MemoryCallback callback;
     {
         std::lock_guard lock(mutex_);
         recordFrame(value);
+        const auto before = memoryCallback_ ? std::optional<PillBoxMemory>(memoryNow()) : std::nullopt;
         for (const auto& result : reader_.take(value, now())) {
             for (auto& reply : take(result)) replies.push_back(std::move(reply));
         }
+        if (before) {
+            auto after = memoryNow();
+            if (after != *before) {
+                changed = std::move(after);
+                callback = memoryCallback_;
+            }
+        }
     }
     send(replies);
+    if (changed) callback(*changed);
 }
 
 void VirtualPillBox::recordFrame(const Frame& value) {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -14,6 +15,7 @@
 #include "lab/Devices/PillReminder/PillBoxAlarm.hpp"
 #include "lab/Devices/PillReminder/PillBoxCommand.hpp"
 #include "lab/Devices/PillReminder/PillBoxDose.hpp"
+#include "lab/Devices/PillReminder/PillBoxMemory.hpp"
 #include "lab/Devices/PillReminder/PillBoxScript.hpp"
 #include "lab/Devices/PillReminder/internal/PillBoxFrameReader.hpp"
 #include "lab/VirtualPeripheral.hpp"
@@ -61,6 +63,9 @@ namespace halvora::lab {
 /// The history is the script's list, or else made up from the stored schedule, the clock and the script's
 /// seed (PillBoxHistory::generated()); once cleared, a made-up history holds only alarms after the clearing.
 /// The script's faults (PillBoxFaults) and the lab's link faults apply on top.
+///
+/// Memory: what the phone can change and the box keeps (PillBoxMemory) is taken by memory() and put back by
+/// restore(); after each write from the phone that changed it, the memory callback gets the new memory.
 ///
 /// Caps: the schedule holds kMaxDays days of kMaxAlarmsPerDay alarms; the history reports its newest
 /// kMaxHistory doses; framesReceived() keeps the latest kMaxRecordedFrames writes; a frame under way is at
@@ -133,6 +138,17 @@ public:
     /// Writes and frames not taken (see the class comment) and refused commands.
     int rejectedFrames() const;
 
+    /// Called with the box's new memory after each write from the phone that changed it, on the lab queue
+    /// (outside the box's lock: it may call the box).
+    using MemoryCallback = std::function<void(const PillBoxMemory&)>;
+    /// What the box keeps now: settings, schedule and history (see PillBoxMemory).
+    PillBoxMemory memory() const;
+    /// Puts back what `memory` holds over the script's values (the clock and battery stay the script's);
+    /// the schedule and history are kept within their caps as a script's are. Does not call the callback.
+    void restore(const PillBoxMemory& memory);
+    /// Sets (or, with an empty callback, removes) the memory callback.
+    void setMemoryCallback(MemoryCallback callback);
+
 protected:
     /// A new link: a scripted clock waiting for a radio starts.
     void onConnected() override;
@@ -162,6 +178,8 @@ private:
     std::vector<PillBoxAlarm> flatSchedule() const;
     std::vector<PillBoxDose> currentHistory() const;
     void storeSchedule(const std::vector<PillBoxAlarm>& alarms);
+    void keepHistory(std::optional<std::vector<PillBoxDose>> history);
+    PillBoxMemory memoryNow() const;
     void recordFrame(const Frame& value);
 
     void send(const Replies& replies);
@@ -180,6 +198,7 @@ private:
     PillBoxFrameReader reader_;
     std::deque<Frame> frames_;
     int rejectedFrames_ = 0;
+    MemoryCallback memoryCallback_;
 };
 
 }  // namespace halvora::lab

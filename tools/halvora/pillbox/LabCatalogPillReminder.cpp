@@ -25,7 +25,17 @@
 //     "refuse"       commands answered with AA 55 02 F1 F3, changing nothing: [name, ...]
 //     "noReplyTo"    commands that take effect but get no reply: [name, ...]
 //     "wrongLength"  commands whose replies carry one zero byte too many: [name, ...]
+//
+// Memory: the box keeps what the phone wrote between runs of the tool, in the lab state folder (LabState):
+// a JSON file per box, written at each change, read when the lab is built, winning over the script's values:
+//   {"zone": {"hours": h, "minutes": m}, "lastSync": time or null, "alarmDuration": n, "confirmationTime": n,
+//    "schedule": [{"time": time, "colour": c}, ...],
+//    "history": {"entries": [...]} (a list history as it stands, empty once cleared) or null (made up from the
+//    seed), "historyClearedAt": time or null}
+// A memory file that does not read is reported on stderr in one line and ignored: the box starts from its
+// script.
 #include <array>
+#include <cstdio>
 #include <limits>
 #include <map>
 #include <utility>
@@ -33,6 +43,7 @@
 #include "BraceletTimeField.hpp"
 #include "JsonReader.hpp"
 #include "LabCatalog.hpp"
+#include "LabState.hpp"
 #include "halvora/Core/Format.hpp"
 #include "lab/Devices/PillReminder/VirtualPillBox.hpp"
 
@@ -187,6 +198,96 @@ void applyNames(const JsonReader& script, lab::VirtualPeripheralConfig& config) 
     if (script.has("localName")) config.localName = script.optionalText("localName");
 }
 
+constexpr const char* kAlarmTimeFormat = "%04d-%02d-%02d %02d:%02d";
+
+std::string minuteText(const lab::BraceletTime& time) {
+    return format(kAlarmTimeFormat, time.year, time.month, time.day, time.hour, time.minute);
+}
+
+nlohmann::json optionalTimeJson(const std::optional<lab::BraceletTime>& time) {
+    return time ? nlohmann::json(time->text()) : nlohmann::json(nullptr);
+}
+
+nlohmann::json doseJson(const lab::PillBoxDose& dose) {
+    const char* status = kStatusNames[0].first;
+    for (const auto& [name, value] : kStatusNames) {
+        if (value == dose.status) status = name;
+    }
+    return {{"planned", minuteText(dose.planned)},
+            {"taken", format("%02d:%02d", dose.takenHour, dose.takenMinute)},
+            {"status", status}};
+}
+
+nlohmann::json memoryJson(const lab::PillBoxMemory& memory) {
+    nlohmann::json schedule = nlohmann::json::array();
+    for (const auto& alarm : memory.schedule) {
+        schedule.push_back({{"time", minuteText(alarm.time)}, {"colour", alarm.colour}});
+    }
+    nlohmann::json history(nullptr);
+    if (memory.history) {
+        nlohmann::json entries = nlohmann::json::array();
+        for (const auto& dose : *memory.history) entries.push_back(doseJson(dose));
+        history = {{"entries", entries}};
+    }
+    return {{"zone", {{"hours", memory.zoneHours}, {"minutes", memory.zoneMinutes}}},
+            {"lastSync", optionalTimeJson(memory.lastSync)},
+            {"alarmDuration", memory.alarmDuration},
+            {"confirmationTime", memory.confirmationTime},
+            {"schedule", schedule},
+            {"history", history},
+            {"historyClearedAt", optionalTimeJson(memory.historyClearedAt)}};
+}
+
+std::optional<lab::BraceletTime> readOptionalTime(const JsonReader& reader, const std::string& key) {
+    if (!reader.has(key) || reader.json()[key].is_null()) return std::nullopt;
+    return readTwoDigitYearTime(reader, key);
+}
+
+/// A memory file's box memory; throws CliError naming the field that does not read.
+lab::PillBoxMemory readMemory(const JsonReader& memory) {
+    memory.rejectUnknown(
+        {"zone", "lastSync", "alarmDuration", "confirmationTime", "schedule", "history", "historyClearedAt"});
+    lab::PillBoxMemory out;
+    const JsonReader zone = memory.object("zone");
+    zone.rejectUnknown({"hours", "minutes"});
+    out.zoneHours = zone.integerIn("hours", out.zoneHours, kMinZoneHours, kMaxZoneHours);
+    out.zoneMinutes = zone.integerIn("minutes", out.zoneMinutes, -kMaxZoneMinutes, kMaxZoneMinutes);
+    out.lastSync = readOptionalTime(memory, "lastSync");
+    out.alarmDuration = memory.integerIn("alarmDuration", 0, 0, std::numeric_limits<std::uint8_t>::max());
+    out.confirmationTime = memory.integerIn("confirmationTime", 0, 0, std::numeric_limits<std::uint8_t>::max());
+    out.schedule = readSchedule(memory);
+    if (memory.has("history") && !memory.json()["history"].is_null()) {
+        const JsonReader history = memory.object("history");
+        history.rejectUnknown({"entries"});
+        out.history = readEntries(history);
+    }
+    out.historyClearedAt = readOptionalTime(memory, "historyClearedAt");
+    return out;
+}
+
+/// Puts back what the lab state remembers of the box (a memory that does not read is reported on stderr and
+/// ignored), then keeps its memory there at each change.
+void rememberBetweenRuns(lab::VirtualPillBox& box, const std::string& identifier) {
+    const LabState state = LabState::current();
+    if (!state.keeps()) return;
+    const std::string file = state.memoryFile(identifier)->string();
+    if (const auto text = state.read(identifier)) {
+        try {
+            box.restore(readMemory(JsonReader(nlohmann::json::parse(*text), "memory")));
+        } catch (const std::exception& error) {
+            std::fprintf(stderr, "halvora: ignoring the lab memory %s: %s\n", file.c_str(), error.what());
+        }
+    }
+    auto warned = std::make_shared<bool>(false);
+    box.setMemoryCallback([state, identifier, warned](const lab::PillBoxMemory& memory) {
+        const auto failure = state.write(identifier, memoryJson(memory).dump(2) + "\n");
+        if (failure && !*warned) {
+            *warned = true;
+            std::fprintf(stderr, "halvora: the lab box's memory is not kept: %s\n", failure->c_str());
+        }
+    });
+}
+
 std::shared_ptr<lab::VirtualPeripheral> makePillBox(const LabDeviceSpec& entry) {
     LabClass named;  // only its default name matters to the device's configuration
     named.defaultName = lab::VirtualPillBox::kName;
@@ -197,6 +298,7 @@ std::shared_ptr<lab::VirtualPeripheral> makePillBox(const LabDeviceSpec& entry) 
     auto box = std::make_shared<lab::VirtualPillBox>(config);
     box->setScript(pillBoxScript);
     box->setFaults(entry.faults);
+    rememberBetweenRuns(*box, config.identifier);
     return box;
 }
 
