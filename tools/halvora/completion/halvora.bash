@@ -21,8 +21,11 @@ _halvora() {
     cur=${COMP_WORDS[COMP_CWORD]}
     prev=${COMP_WORDS[COMP_CWORD-1]}
     case $prev in
-        --lab|--csv|--svg|--file|--hex)
+        --lab|--csv|--svg|--plot|--file|--hex)
             COMPREPLY=($(compgen -f -- "$cur"))
+            return ;;
+        --lab-state)
+            COMPREPLY=($(compgen -d -- "$cur"))
             return ;;
         --transport)
             COMPREPLY=($(compgen -W "lab bluez" -- "$cur"))
@@ -33,7 +36,7 @@ _halvora() {
         case ${COMP_WORDS[i]} in
             -*) ;;
             *) case ${COMP_WORDS[i-1]} in
-                   --lab|--csv|--svg|--file|--hex|--transport|--adapter|--seed|--timeout|--seconds) ;;
+                   --lab|--lab-state|--csv|--svg|--plot|--file|--hex|--transport|--adapter|--seed|--timeout|--seconds) ;;
                    *) words+=("${COMP_WORDS[i]}") ;;
                esac ;;
         esac
