@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <set>
 #include <string>
 #include <utility>
@@ -155,8 +156,29 @@ std::shared_ptr<Tap> tapDriver(const std::shared_ptr<BLEDevice>& driver, const D
     return tap;
 }
 
+/// The operands of some commands of a target, by command index (the others get zeros).
+using Operands = std::map<std::size_t, std::vector<std::uint8_t>>;
+
+/// The Vital target (support/DriverTargets.cpp): its commands are the 21 settings, then the history requests
+/// (first kVitalFirstHistory, each reading byte 1 from one operand byte), then the ECG's start, status and
+/// waveform (the record number from two operand bytes, high byte first).
+constexpr const char* kVitalTarget = "vital_notifications";
+constexpr std::uint8_t kVitalFirstHistory = 21;
+constexpr std::uint8_t kVitalECGStart = 33;
+constexpr std::uint8_t kVitalECGStatus = 34;
+constexpr std::uint8_t kVitalECGWaveform = 35;
+constexpr std::size_t kVitalCommandCount = 36;
+
+/// The commands a target's lab flow runs: all of them, but the Vital's settings only. Its history and ECG
+/// have seeds of their own (vitalSessions): in one flow their answers, with the seconds of live ECG, would
+/// run the script far past the 4 KiB an input may have.
+std::size_t commandsInFlow(const DriverTarget& target) {
+    return target.name == kVitalTarget ? std::min<std::size_t>(kVitalFirstHistory, target.commands.size())
+                                       : target.commands.size();
+}
+
 /// The script of one driver target, recorded against its lab twin.
-std::vector<std::uint8_t> recordDriver(const DriverTarget& target) {
+std::vector<std::uint8_t> recordDriver(const DriverTarget& target, const Operands& given = {}) {
     const auto* labClass = cli::LabCatalog::find(target.driverClass);
     if (!labClass) throw std::runtime_error("no lab device plays " + target.driverClass);
     LabWorld world(target.name, *labClass, labClass->defaultScript);
@@ -169,10 +191,12 @@ std::vector<std::uint8_t> recordDriver(const DriverTarget& target) {
     executor->advance(std::chrono::seconds(3));
 
     const std::vector<std::uint8_t> zeros(64, 0);
-    for (std::size_t i = 0; i < target.commands.size(); ++i) {
+    for (std::size_t i = 0; i < commandsInFlow(target); ++i) {
         tap->markTime();
-        appendCommand(script, static_cast<std::uint8_t>(i), zeros);
-        FuzzInput operands(zeros);
+        const auto found = given.find(i);
+        const std::vector<std::uint8_t>& bytes = found == given.end() ? zeros : found->second;
+        appendCommand(script, static_cast<std::uint8_t>(i), bytes);
+        FuzzInput operands(bytes);
         auto queue = driver->context().callbackQueue;
         auto run = [&, i] { target.commands[i](*driver, operands); };
         if (queue) {
@@ -412,6 +436,75 @@ NamedSeeds tensioScripts() {
             {"split-and-overflow", pieces.script()}, {"stray-frames", stray.script()}};
 }
 
+// ------------------------------------------------------------------ the Vital bracelet's history and ECG, recorded
+
+/// Where the lab bracelet's clock stands in every Vital seed, so that the seeds are the same on every run.
+constexpr const char* kVitalClock = "2026-03-09 22:00";
+
+/// One command of a recorded session, its operand bytes, and how long the bracelet then has to answer.
+struct VitalStep {
+    std::uint8_t command = 0;
+    Bytes operands;
+    std::chrono::milliseconds wait{std::chrono::seconds(5)};
+};
+
+/// The script of `steps` run against the lab's Vital bracelet playing `braceletScript`.
+Bytes recordVitalSession(const DriverTarget& target, const nlohmann::json& braceletScript,
+                         const std::vector<VitalStep>& steps) {
+    if (target.commands.size() != kVitalCommandCount) throw std::runtime_error("the Vital commands moved");
+    const auto* labClass = cli::LabCatalog::find(target.driverClass);
+    if (!labClass) throw std::runtime_error("no lab device plays " + target.driverClass);
+    LabWorld world(target.name, *labClass, braceletScript);
+    Bytes script;
+    world.manager->connectDevice(labClass->kind, 30);
+    auto driver = world.waitForDriver(labClass->kind, target.name);
+    auto tap = tapDriver(driver, target, world.executor, script);
+    world.executor->advance(std::chrono::seconds(3));
+    for (const auto& step : steps) {
+        tap->markTime();
+        appendCommand(script, step.command, step.operands);
+        auto run = [&] {
+            FuzzInput operands(step.operands);
+            target.commands[step.command](*driver, operands);
+        };
+        if (auto queue = driver->context().callbackQueue) {
+            queue->async(run);
+        } else {
+            run();
+        }
+        world.executor->advance(step.wait);
+    }
+    world.finish(labClass->kind);
+    return script;
+}
+
+/// Each history request once against three days of generated history; an ECG started, streamed for two
+/// seconds and polled while measuring and finished; a stored waveform downloaded; a start the bracelet
+/// refuses.
+NamedSeeds vitalSessions(const DriverTarget& target) {
+    const char* kinds[] = {
+        "totals", "totals-of-today", "steps",        "sleep",       "automatic-heart-rate",  "heart-rate",
+        "hrv",    "sport",           "blood-oxygen", "temperature", "automatic-temperature", "automatic-blood-oxygen"};
+    const nlohmann::json days = {{"clock", kVitalClock}, {"history", {{"seed", 3}, {"days", 3}}}};
+    NamedSeeds seeds;
+    for (std::uint8_t k = 0; k < std::size(kinds); ++k) {
+        const std::uint8_t command = kVitalFirstHistory + k;
+        seeds.emplace_back(std::string("history-") + kinds[k], recordVitalSession(target, days, {{command, {0}}}));
+    }
+    using std::chrono::seconds;
+    const nlohmann::json measured = {{"clock", kVitalClock}, {"ecg", {{"seconds", 2}, {"records", 0}}}};
+    seeds.emplace_back("ecg-measured", recordVitalSession(target, measured,
+                                                          {{kVitalECGStart, {}, seconds(1)},
+                                                           {kVitalECGStatus, {}, seconds(2)},
+                                                           {kVitalECGStatus, {}}}));
+    const nlohmann::json stored = {{"clock", kVitalClock}, {"ecg", {{"seconds", 1}, {"records", 1}}}};
+    seeds.emplace_back("ecg-waveform", recordVitalSession(target, stored, {{kVitalECGWaveform, {0, 1}}}));
+    const nlohmann::json refused = {{"clock", kVitalClock}, {"ecg", {{"refuse", 2}}}};
+    seeds.emplace_back("ecg-refused",
+                       recordVitalSession(target, refused, {{kVitalECGStart, {}}, {kVitalECGStatus, {}}}));
+    return seeds;
+}
+
 // ------------------------------------------------------------------ Intel HEX texts
 
 /// The kit's firmware file, read from the repository's root.
@@ -482,6 +575,121 @@ NamedSeeds firmwarePieces() {
             {"firmware-end", piece(lines.size() - kLinesPerPiece)}};
 }
 
+// ------------------------------------------------------------------ the pill box
+
+/// The pill box target's characteristics and commands (support/DriverTargets.cpp).
+constexpr std::uint8_t kPillNotify = 0;
+constexpr std::uint8_t kPillRealtimeNotify = 3;
+constexpr std::uint8_t kPillHardwareRevision = 5;
+enum PillCommand : std::uint8_t {
+    kPillSetTime,
+    kPillGetTime,
+    kPillSetZone,
+    kPillGetZone,
+    kPillBattery,
+    kPillLastSync,
+    kPillMarkSync,
+    kPillClearHistory,
+    kPillSetSchedule,
+    kPillGetSchedule,
+    kPillHistory,
+    kPillDuration,
+    kPillConfirmation,
+    kPillClearSchedule,
+    kPillCommandCount,
+};
+/// 2025-12-30 00:00 UTC, in seconds since 1970: the recorded schedule's first day. The lab box's clock is the
+/// phone's (2026-01-01 00:00 on the virtual executor) and the recording clears the history (command 7, at about
+/// 00:02:20) before it writes the schedule: the box makes doses of the alarms between that clearing and the
+/// history read (command 10, at about 00:03:20), hence two alarms at 00:03 on the third day.
+constexpr std::uint32_t kPillSeedDay = 1767052800;
+/// The pill box's target.
+constexpr const char* kPillTarget = "pillreminder_notifications";
+
+/// The operands of the schedule command: nine alarms on four days, two of them in the history.
+Bytes pillScheduleOperands() {
+    struct Alarm {
+        int day, hour, minute, colour;
+    };
+    const Alarm alarms[] = {{0, 8, 0, 1},   {0, 13, 0, 2}, {0, 20, 30, 3}, {1, 8, 0, 1}, {1, 13, 0, 2},
+                            {1, 20, 30, 3}, {2, 0, 3, 2},  {2, 0, 3, 4},   {3, 8, 0, 4}};
+    Bytes operands{static_cast<std::uint8_t>(std::size(alarms))};
+    for (const auto& a : alarms) {
+        const std::uint32_t at =
+            kPillSeedDay + static_cast<std::uint32_t>(a.day * 86400 + a.hour * 3600 + a.minute * 60);
+        for (int shift = 24; shift >= 0; shift -= 8) operands.push_back(static_cast<std::uint8_t>(at >> shift));
+        operands.push_back(static_cast<std::uint8_t>(a.colour));
+    }
+    return operands;
+}
+
+/// A frame of the box: AA 55, the length (code, payload and checksum), the code, the payload, the checksum
+/// (the low byte of the sum of the length, the code and the payload).
+Bytes pillFrame(std::uint8_t code, const Bytes& payload) {
+    Bytes frame{0xAA, 0x55, static_cast<std::uint8_t>(payload.size() + 2), code};
+    frame.insert(frame.end(), payload.begin(), payload.end());
+    unsigned sum = 0;
+    for (std::size_t i = 2; i < frame.size(); ++i) sum += frame[i];
+    frame.push_back(static_cast<std::uint8_t>(sum));
+    return frame;
+}
+
+/// What a well-behaved lab box does not send: refusals of every command, schedule and history replies cut
+/// where the kit does not expect them, replies nobody asked for, and notifications on the other
+/// characteristics.
+NamedSeeds pillReminderScripts() {
+    const Bytes ack = pillFrame(0xF0, {});
+    const Bytes refusal = pillFrame(0xF1, {});
+    const Bytes scheduleError = pillFrame(0xFE, {0x00});
+    // 2026-11-19 (packed 35 73), two alarms: 08:00 colour 1 (40 01) and 19:19 colour 2 (9A 62).
+    Bytes day{0x35, 0x73, 0x02, 0x40, 0x01, 0x9A, 0x62};
+    day.resize(day.size() + 16, 0xFF);
+    const Bytes scheduleDay = pillFrame(0xD3, day);
+    // 2025-12-31: planned 08:00, taken 08:03 on time; planned 20:30, missed.
+    const Bytes history =
+        pillFrame(0xD5, {0x02, 0x06, 0x73, 0xE8, 0x0C, 0x08, 0x00, 0x06, 0x73, 0xE0, 0x02, 0x14, 0x1E});
+    auto pieces = [](const Bytes& frame, std::size_t size) {
+        std::vector<Bytes> out;
+        for (std::size_t at = 0; at < frame.size(); at += size) {
+            out.emplace_back(frame.begin() + static_cast<std::ptrdiff_t>(at),
+                             frame.begin() + static_cast<std::ptrdiff_t>(std::min(frame.size(), at + size)));
+        }
+        return out;
+    };
+
+    ScriptWriter refusals;
+    for (std::uint8_t command = 0; command < kPillCommandCount; ++command) {
+        refusals.command(command, Bytes(16, 0x01)).wait(100).notify(kPillNotify, refusal);
+    }
+    refusals.command(kPillSetSchedule, pillScheduleOperands()).wait(100).notify(kPillNotify, ack);
+    for (int frame = 0; frame < 4; ++frame) refusals.wait(100).notify(kPillNotify, frame % 2 ? scheduleError : refusal);
+
+    ScriptWriter schedule;
+    schedule.command(kPillGetSchedule);
+    for (const auto& piece : pieces(scheduleDay, 20)) schedule.wait(30).notify(kPillNotify, piece);
+    for (const auto& piece : pieces(scheduleDay, 7)) schedule.wait(30).notify(kPillNotify, piece);
+    schedule.wait(30).notify(kPillNotify, ack);
+
+    ScriptWriter records;
+    records.command(kPillHistory);
+    for (const auto& piece : pieces(history, 20)) records.wait(30).notify(kPillNotify, piece);
+    for (const auto& piece : pieces(history, 3)) records.wait(30).notify(kPillNotify, piece);
+    records.wait(30).notify(kPillNotify, ack);
+
+    ScriptWriter stray;
+    stray.notify(kPillNotify, ack)
+        .notify(kPillNotify, history)
+        .notify(kPillRealtimeNotify, {0xAA, 0x55, 0x03, 0xE1, 0x01, 0xE5});
+    stray.notify(kPillHardwareRevision, {'T', 'M', 'G'})
+        .command(kPillBattery)
+        .wait(61000)
+        .notify(kPillNotify, pillFrame(0xB9, {0x5A}));
+    return {{"refusals", refusals.script()},
+            {"schedule-pieces", schedule.script()},
+            {"history-pieces", records.script()},
+            {"stray", stray.script()}};
+}
+
 /// A preferences file with every key set, as the kit writes it.
 std::vector<std::uint8_t> preferencesFile() {
     const auto file = std::filesystem::path(scratchFolder()) / "seed-preferences";
@@ -523,10 +731,18 @@ int main(int argc, char** argv) {
     for (const auto& target : driverTargets()) {
         if (!wanted(target.name)) continue;
         const bool updater = target.name == kUpdaterTarget;
-        writeSeed(root / target.name, "lab-flow", updater ? recordUpdater(target) : recordDriver(target));
+        const bool pillBox = target.name == kPillTarget;
+        writeSeed(root / target.name, "lab-flow",
+                  updater   ? recordUpdater(target)
+                  : pillBox ? recordDriver(target, {{kPillSetSchedule, pillScheduleOperands()}})
+                            : recordDriver(target));
     }
     if (wanted(kUpdaterTarget)) writeSeeds(root / kUpdaterTarget, updaterScripts());
+    for (const auto& target : driverTargets()) {
+        if (target.name == kVitalTarget && wanted(kVitalTarget)) writeSeeds(root / kVitalTarget, vitalSessions(target));
+    }
     if (wanted("tensio_notifications")) writeSeeds(root / "tensio_notifications", tensioScripts());
+    if (wanted(kPillTarget)) writeSeeds(root / kPillTarget, pillReminderScripts());
     if (wanted("dfu_hex_converter")) {
         writeSeeds(root / "dfu_hex_converter", hexCases());
         writeSeeds(root / "dfu_hex_converter", firmwarePieces());

@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <variant>
 
 #include "DFU/HexRecords.hpp"
@@ -20,6 +21,7 @@
 #include "halvora/Devices/Measurement/HalvoraSDKThermometerV2.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKThermometerV3.hpp"
 #include "halvora/Devices/Measurement/HalvoraSDKWeightScale.hpp"
+#include "halvora/Devices/PillReminder/HalvoraSDKPillReminder.hpp"
 #include "halvora/Devices/RM830/HalvoraSDKBraceletRM830.hpp"
 #include "halvora/Devices/Tensio/HalvoraSDKTensioBracelet.hpp"
 #include "halvora/Devices/Vital/HalvoraSDKBraceletVital.hpp"
@@ -214,6 +216,26 @@ std::vector<FuzzCommand> vitalCommands() {
             }
             v.setAlarms(alarms);
         }),
+        // The history requests (byte 1 of each from the input) and the ECG: start, status, a waveform whose
+        // record number may lie outside 0 to 255.
+        command<V>([](V& v, FuzzInput& in) { v.getTotalStepCount(in.byte()); }),
+        command<V>([](V& v, FuzzInput&) { v.getDaySteps(); }),
+        command<V>([](V& v, FuzzInput& in) { v.getDetailedStepData(in.byte()); }),
+        command<V>([](V& v, FuzzInput& in) { v.getDetailedSleepData(in.byte()); }),
+        command<V>([](V& v, FuzzInput& in) {
+            const std::int32_t first = in.byte();
+            v.getAutomaticHeartRateData(first, in.flag() ? std::optional<std::int32_t>(in.word()) : std::nullopt);
+        }),
+        command<V>([](V& v, FuzzInput& in) { v.getHeartRateData(in.byte()); }),
+        command<V>([](V& v, FuzzInput& in) { v.getHRVData(in.byte()); }),
+        command<V>([](V& v, FuzzInput& in) { v.getSportData(in.byte()); }),
+        command<V>([](V& v, FuzzInput& in) { v.getBloodOxygenData(in.byte()); }),
+        command<V>([](V& v, FuzzInput& in) { v.getTemperatureData(in.byte()); }),
+        command<V>([](V& v, FuzzInput& in) { v.getAutomaticTemperatureData(in.byte()); }),
+        command<V>([](V& v, FuzzInput& in) { v.getAutomaticBloodOxygenData(in.byte()); }),
+        command<V>([](V& v, FuzzInput&) { v.getECGStartDataUploading(); }),
+        command<V>([](V& v, FuzzInput&) { v.getECGMeasurementStatus(); }),
+        command<V>([](V& v, FuzzInput& in) { v.getECGWaveform(static_cast<std::int16_t>(in.word())); }),
     };
 }
 
@@ -411,6 +433,115 @@ std::vector<FuzzCommand> tensioCommands() {
     };
 }
 
+// ------------------------------------------------------------------ the pill box
+
+/// The pill box's reports, each looked at (dates, colours, statuses, texts), so that a report made of bytes
+/// the driver did not check shows up under the sanitizers.
+class PillSink : public HalvoraPillReminderDelegate {
+public:
+    void pillReminderOnResult(const HalvoraSDKPillReminderResult& result) override {
+        std::visit([this](const auto& record) { look(record); }, result);
+    }
+    void pillReminderOnError(const HalvoraSDKPillReminderMessageData& error) override { look(error); }
+
+private:
+    void look(const HalvoraSDKPillReminderData& data) {
+        seen_ +=
+            static_cast<std::uint64_t>(data.request) + static_cast<std::uint64_t>(data.date.time_since_epoch().count());
+    }
+    void look(const HalvoraSDKPillReminderMessageData& message) {
+        look(static_cast<const HalvoraSDKPillReminderData&>(message));
+        seen_ += message.messageText.size();
+    }
+    void look(const HalvoraSDKPillReminderAlarmData& alarm) {
+        look(static_cast<const HalvoraSDKPillReminderData&>(alarm));
+        seen_ += static_cast<std::uint64_t>(alarm.color);
+    }
+    void look(const HalvoraSDKPillReminderPerformanceData& dose) {
+        look(static_cast<const HalvoraSDKPillReminderAlarmData&>(dose));
+        seen_ += static_cast<std::uint64_t>(dose.dateTaken.time_since_epoch().count()) +
+                 static_cast<std::uint64_t>(dose.statusTaken);
+    }
+    void look(const HalvoraSDKPillReminderAlarmListData& list) {
+        look(static_cast<const HalvoraSDKPillReminderData&>(list));
+        for (const auto& entry : list.alarmList) std::visit([this](const auto& e) { look(e); }, entry);
+    }
+
+    std::uint64_t seen_ = 0;
+};
+
+/// The pill box with the promises of its header checked after every notification: the schedule and history
+/// reassemblies and the lists being gathered stay within their caps. Torn down, it holds none of them.
+class CheckedPillReminder : public HalvoraSDKPillReminder {
+public:
+    using HalvoraSDKPillReminder::HalvoraSDKPillReminder;
+
+    /// A checked driver, with a report sink set as the manager's pill reminder delegate.
+    static std::shared_ptr<BLEDevice> make(DriverContext context) {
+        static const auto sink = std::make_shared<PillSink>();
+        if (auto manager = managerOf(context)) manager->setPillReminderDelegate(sink);
+        return std::make_shared<CheckedPillReminder>(std::move(context));
+    }
+
+    void peripheralDidUpdateValueForCharacteristic(const std::shared_ptr<Peripheral>& peripheral,
+                                                   const std::shared_ptr<Characteristic>& characteristic,
+                                                   const std::vector<std::uint8_t>& value,
+                                                   const OptionalError& error) override {
+        HalvoraSDKPillReminder::peripheralDidUpdateValueForCharacteristic(peripheral, characteristic, value, error);
+        expect(pendingScheduleBytes() <= kMaxScheduleReplyLength);
+        expect(pendingHistoryBytes() <= kMaxHistoryReplyLength);
+        expect(pendingAlarms() <= kMaxAlarms);
+        expect(pendingRecords() <= kMaxRecords);
+    }
+
+    void deinit() override {
+        HalvoraSDKPillReminder::deinit();
+        expect(pendingScheduleBytes() == 0 && pendingHistoryBytes() == 0);
+        expect(pendingAlarms() == 0 && pendingRecords() == 0);
+    }
+};
+
+/// The most alarms a fuzzed schedule holds: past the ten of a day, to reach the kit's refusal.
+constexpr std::uint8_t kMaxFuzzedAlarms = 24;
+
+/// A schedule from the input: a count, then per alarm its date (seconds since 1970, four bytes) and a
+/// colour byte taken modulo 8 (so that 0, 6 and 7 come up).
+std::vector<HalvoraSDKPillReminderAlarmData> alarmsFrom(FuzzInput& in) {
+    std::vector<HalvoraSDKPillReminderAlarmData> alarms(in.byte() % (kMaxFuzzedAlarms + 1));
+    for (auto& alarm : alarms) {
+        alarm.date = dateFrom(in);
+        alarm.color = in.byte() % 8;
+    }
+    return alarms;
+}
+
+std::vector<FuzzCommand> pillReminderCommands() {
+    using P = HalvoraSDKPillReminder;
+    return {
+        command<P>([](P& p, FuzzInput&) { p.setDeviceTime(); }),
+        command<P>([](P& p, FuzzInput&) { p.getDeviceTime(); }),
+        command<P>([](P& p, FuzzInput& in) {
+            // Signed bytes reach both sides of the kit's checks; a flag also tries whole 32-bit values.
+            if (in.flag()) {
+                p.setDeviceTimeZone(in.integer(), in.integer());
+            } else {
+                p.setDeviceTimeZone(static_cast<std::int8_t>(in.byte()), static_cast<std::int8_t>(in.byte()));
+            }
+        }),
+        command<P>([](P& p, FuzzInput&) { p.getDeviceTimeZone(); }),
+        command<P>([](P& p, FuzzInput&) { p.getBatteryLevel(); }),
+        command<P>([](P& p, FuzzInput&) { p.getLatestSynchronizationTime(); }),
+        command<P>([](P& p, FuzzInput& in) { p.setSuccessfulSynchronizationStatus(in.flag()); }),
+        command<P>([](P& p, FuzzInput&) { p.clearSchedulePerformanceHistory(); }),
+        command<P>([](P& p, FuzzInput& in) { p.setAlarmsSchedule(alarmsFrom(in)); }),
+        command<P>([](P& p, FuzzInput&) { p.getAlarmSchedule(); }),
+        command<P>([](P& p, FuzzInput&) { p.getSchedulePerformanceHistory(); }),
+        command<P>([](P& p, FuzzInput& in) { p.setAlarmDuration(in.integer()); }),
+        command<P>([](P& p, FuzzInput& in) { p.setAlarmConfirmationTime(in.integer()); }),
+        command<P>([](P& p, FuzzInput&) { p.clearAlarmSchedule(); }),
+    };
+}
+
 std::vector<DriverTarget> makeTargets() {
     using Heart = HalvoraSDKHeartDevice;
     using HeartV3 = HalvoraSDKHeartDeviceV3;
@@ -522,6 +653,20 @@ std::vector<DriverTarget> makeTargets() {
                        &CheckedTensio::make,
                        tensioCommands(),
                        "HalvoraSDKTensioBracelet"});
+    using Pill = HalvoraSDKPillReminder;
+    // The box often advertises with an empty GAP name: the harness's peripheral has none either.
+    targets.push_back({"pillreminder_notifications",
+                       "",
+                       {{Pill::rsServiceUUID(),
+                         {{Pill::readCharacteristicUUID(), kNotify},
+                          {BLEUUID(Pill::kReadCharacteristic4060UUIDText), kNotify},
+                          {BLEUUID(Pill::kReadCharacteristic60UUIDText), kNotify},
+                          {BLEUUID(Pill::kReadCharacteristicRealtimeUUIDText), kNotify},
+                          {Pill::sendCharacteristicUUID(), kWrite | kWriteNoResponse}}},
+                        {Pill::deviceInformationServiceUUID(), {{Pill::hardwareRevisionStringUUID(), kRead}}}},
+                       &CheckedPillReminder::make,
+                       pillReminderCommands(),
+                       "HalvoraSDKPillReminder"});
     return targets;
 }
 

@@ -1,7 +1,9 @@
 #include "halvora/Devices/Vital/internal/VitalHistoryParser.hpp"
 
+#include <algorithm>
 #include <chrono>
 #include <ctime>
+#include <limits>
 
 #include "halvora/Core/ByteUtils.hpp"
 #include "halvora/Core/Calendar.hpp"
@@ -68,6 +70,14 @@ std::int32_t number(std::span<const std::uint8_t> slot, std::size_t index, std::
     return static_cast<std::int32_t>(ByteUtils::byteArrayToInt(slot.subspan(index, size)));
 }
 
+/// The seconds of `minutes`: a count from the bracelet is untrusted, and one whose seconds do not fit a
+/// std::int32_t (above 35,791,394 minutes, or read as negative below -35,791,394) gives the nearest limit.
+std::int32_t secondsOfMinutes(std::int32_t minutes) {
+    const std::int64_t seconds = std::int64_t{minutes} * kSecondsPerMinute;
+    return static_cast<std::int32_t>(std::clamp<std::int64_t>(seconds, std::numeric_limits<std::int32_t>::min(),
+                                                              std::numeric_limits<std::int32_t>::max()));
+}
+
 bool inRange(int value, int low, int high) {
     return value >= low && value <= high;
 }
@@ -115,7 +125,7 @@ std::optional<HalvoraSDKStepSummaryData> VitalHistoryParser::totals(std::span<co
     data.totalActiveTime = number(slot, kActiveTimeIndex, kWord);
     data.totalDistance = number(slot, kTotalDistanceIndex, kWord) / kHundredths;
     data.totalCalories = number(slot, kTotalCaloriesIndex, kWord) / kHundredths;
-    data.totalExerciseTime = number(slot, kExerciseMinutesIndex, kWord) * kSecondsPerMinute;
+    data.totalExerciseTime = secondsOfMinutes(number(slot, kExerciseMinutesIndex, kWord));
     return data;
 }
 
