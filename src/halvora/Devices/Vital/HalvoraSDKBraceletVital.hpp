@@ -100,7 +100,8 @@ class VitalECGFilter;
 /// second read, which then completes with the last parameters kept; a short 0x16 reports no operation). The
 /// history lists are the only buffers that grow from the bracelet's input: each holds at most
 /// `VitalHistoryPages::kMaxRecords` (100,000) records, further records of a transfer are dropped and the
-/// transfer still ends with its end mark. A record cut short by the notification's end, or with an invalid
+/// transfer still ends with its end mark. Minutes converted to seconds that would not fit a 32-bit number are
+/// held at its limit. A record cut short by the notification's end, or with an invalid
 /// date, gives nothing; a history reply without a record slot is ignored and keeps the permit. A waveform
 /// record holds at most `kMaxECGSamples` samples: further samples of the transfer are dropped and counted (one
 /// log line at the first drop, one with the count when the record is delivered), and the end page still
