@@ -1,12 +1,15 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
 #include "CliError.hpp"
+#include "halvora/Core/Format.hpp"
 #include "halvora/Runtime/Task.hpp"
 
 namespace halvora::cli {
@@ -37,6 +40,33 @@ public:
     /// Fails for keys not in `known`: a misspelt field should not be ignored silently.
     void rejectUnknown(const std::vector<std::string>& known) const;
     [[noreturn]] void fail(const std::string& key, const std::string& what) const;
+
+    /// A table of the names a field may hold and the values they stand for.
+    template <typename Value, std::size_t N>
+    using Names = std::array<std::pair<const char*, Value>, N>;
+    /// The value `name` (found under `key`) stands for in `names`; fails listing the names otherwise.
+    template <typename Value, std::size_t N>
+    Value named(const std::string& key, const nlohmann::json& name, const Names<Value, N>& names) const {
+        if (name.is_string()) {
+            for (const auto& [text, value] : names) {
+                if (name.get<std::string>() == text) return value;
+            }
+        }
+        std::string expected = "expected one of";
+        for (std::size_t i = 0; i < N; ++i) expected += format("%s \"%s\"", i == 0 ? "" : ",", names[i].first);
+        fail(key, expected);
+    }
+    /// The list of command names under `key` as their values (none when absent); `example` is one of the
+    /// names, for the message when `key` holds no list.
+    template <typename Value, std::size_t N>
+    std::vector<Value> namedList(const std::string& key, const Names<Value, N>& names, const char* example) const {
+        std::vector<Value> out;
+        if (!has(key)) return out;
+        const auto& list = value(key);
+        if (!list.is_array()) fail(key, format("expected a list of command names like \"%s\"", example));
+        for (const auto& name : list) out.push_back(named(key, name, names));
+        return out;
+    }
 
 private:
     const nlohmann::json& value(const std::string& key) const { return object_.at(key); }

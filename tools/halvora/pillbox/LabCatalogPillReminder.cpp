@@ -81,27 +81,8 @@ const std::array<std::pair<const char*, lab::PillBoxDose::Status>, 4> kStatusNam
     {"skipped", lab::PillBoxDose::Status::Skipped},
 }};
 
-/// The value a name stands for in `names`, or a failure listing them.
-template <typename Value, std::size_t N>
-Value named(const JsonReader& reader, const std::string& key, const nlohmann::json& name,
-            const std::array<std::pair<const char*, Value>, N>& names) {
-    if (name.is_string()) {
-        for (const auto& [text, value] : names) {
-            if (name.get<std::string>() == text) return value;
-        }
-    }
-    std::string expected = "expected one of";
-    for (std::size_t i = 0; i < N; ++i) expected += format("%s \"%s\"", i == 0 ? "" : ",", names[i].first);
-    reader.fail(key, expected);
-}
-
 std::vector<lab::PillBoxCommand> commandList(const JsonReader& faults, const char* key) {
-    std::vector<lab::PillBoxCommand> out;
-    if (!faults.has(key)) return out;
-    const auto& list = faults.json()[key];
-    if (!list.is_array()) faults.fail(key, "expected a list of command names like \"readClock\"");
-    for (const auto& name : list) out.push_back(named(faults, key, name, kCommandNames));
-    return out;
+    return faults.namedList(key, kCommandNames, "readClock");
 }
 
 lab::PillBoxFaults readFaults(const JsonReader& faults) {
@@ -154,7 +135,7 @@ std::vector<lab::PillBoxDose> readEntries(const JsonReader& history) {
         if (dose.planned.year > kLastEntryYear) entry.fail("planned", "expected a time before 2064");
         std::tie(dose.takenHour, dose.takenMinute) = readTakenTime(entry);
         if (!entry.has("status")) entry.fail("status", "missing: \"onTime\", \"late\", \"missed\" or \"skipped\"");
-        dose.status = named(entry, "status", entry.json()["status"], kStatusNames);
+        dose.status = entry.named("status", entry.json()["status"], kStatusNames);
         doses.push_back(dose);
     }
     return doses;

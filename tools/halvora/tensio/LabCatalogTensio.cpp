@@ -45,9 +45,9 @@
 #include <limits>
 #include <utility>
 
+#include "BraceletTimeField.hpp"
 #include "JsonReader.hpp"
 #include "LabCatalog.hpp"
-#include "BraceletTimeField.hpp"
 #include "halvora/Core/Format.hpp"
 #include "lab/Devices/Tensio/VirtualTensioBracelet.hpp"
 
@@ -84,32 +84,13 @@ const std::array<std::pair<const char*, lab::TensioError::Kind>, 3> kErrorKinds 
     {"device", lab::TensioError::Kind::Device},
 }};
 
-/// The value a name stands for in `names`, or a failure listing them.
-template <typename Value, std::size_t N>
-Value named(const JsonReader& reader, const char* key, const nlohmann::json& name,
-            const std::array<std::pair<const char*, Value>, N>& names) {
-    if (name.is_string()) {
-        for (const auto& [text, value] : names) {
-            if (name.get<std::string>() == text) return value;
-        }
-    }
-    std::string expected = "expected one of";
-    for (std::size_t i = 0; i < N; ++i) expected += format("%s \"%s\"", i == 0 ? "" : ",", names[i].first);
-    reader.fail(key, expected);
-}
-
 lab::TensioCommand commandField(const JsonReader& reader, const char* key) {
     if (!reader.has(key)) reader.fail(key, "missing: a command name like \"readClock\"");
-    return named(reader, key, reader.json()[key], kCommandNames);
+    return reader.named(key, reader.json()[key], kCommandNames);
 }
 
 std::vector<lab::TensioCommand> commandList(const JsonReader& faults, const char* key) {
-    std::vector<lab::TensioCommand> out;
-    if (!faults.has(key)) return out;
-    const auto& list = faults.json()[key];
-    if (!list.is_array()) faults.fail(key, "expected a list of command names like \"readClock\"");
-    for (const auto& name : list) out.push_back(named(faults, key, name, kCommandNames));
-    return out;
+    return faults.namedList(key, kCommandNames, "readClock");
 }
 
 /// {"kind": "measurement" | "frame" | "device", "code": 0 to 255}, read from an object that may hold other
@@ -120,7 +101,7 @@ lab::TensioError errorFields(const JsonReader& error, std::vector<std::string> k
     if (!error.has("kind")) error.fail("kind", "missing: \"measurement\", \"frame\" or \"device\"");
     if (!error.has("code")) error.fail("code", "missing: the sub-code, 0 to 255");
     lab::TensioError out;
-    out.kind = named(error, "kind", error.json()["kind"], kErrorKinds);
+    out.kind = error.named("kind", error.json()["kind"], kErrorKinds);
     out.code = static_cast<std::uint8_t>(error.integerIn("code", 0, 0, kMaxByte));
     return out;
 }
@@ -179,7 +160,7 @@ lab::TensioScript readTensioScript(const JsonReader& script) {
     if (script.has("clock")) out.clock = readTwoDigitYearTime(script, "clock");
     out.readings = readReadings(script);
     out.seededReadings = script.integerIn("seededReadings", out.seededReadings, 0,
-                                 static_cast<int>(lab::VirtualTensioBracelet::kMaxStoredReadings));
+                                          static_cast<int>(lab::VirtualTensioBracelet::kMaxStoredReadings));
     out.seed = static_cast<std::uint64_t>(script.integerIn("seed", 1, 0, std::numeric_limits<int>::max()));
     out.systolic = script.integerIn("systolic", out.systolic, 0, kMaxTwoBytes);
     out.diastolic = script.integerIn("diastolic", out.diastolic, 0, kMaxByte);
@@ -211,7 +192,8 @@ nlohmann::json defaultReadings() {
 }  // namespace
 
 void addTensioLabClasses(std::vector<LabClass>& classes) {
-    LabClass c = scriptedLabClass<lab::VirtualTensioBracelet>("HalvoraSDKTensioBracelet", DeviceTypeTensioBracelet, lab::VirtualTensioBracelet::kService, &readTensioScript);
+    LabClass c = scriptedLabClass<lab::VirtualTensioBracelet>("HalvoraSDKTensioBracelet", DeviceTypeTensioBracelet,
+                                                              lab::VirtualTensioBracelet::kService, &readTensioScript);
     c.defaultScript = {
         {"readings", defaultReadings()}, {"systolic", 121}, {"diastolic", 79}, {"pulse", 67}, {"battery", 76}};
     classes.push_back(std::move(c));
