@@ -81,6 +81,51 @@ TEST(ObjectMirror, RemovingADeviceRemovesItsGattObjectsAndAnInvalidatedRssiIsFor
     EXPECT_TRUE(m.mirror.devices().empty());
 }
 
+// Link announcements in the orders bluetoothd 5.66 sends them on the real-bluez bench: when the ATT
+// channel is up before the controller's connection event, Connected is never announced true.
+TEST(ObjectMirror, TheLinkStateFollowsBluetoothdsAnnouncements) {
+    using Update = std::map<std::string, bool>;
+    struct Case {
+        const char* name;
+        std::vector<Update> updates;
+        bool connected;
+        bool servicesResolved;
+    };
+    const std::vector<Case> cases = {
+        {"Connected, then ServicesResolved", {{{"Connected", true}}, {{"ServicesResolved", true}}}, true, true},
+        {"ServicesResolved without Connected", {{{"ServicesResolved", true}}}, true, true},
+        {"Connected only", {{{"Connected", true}}}, true, false},
+        {"link down, services first",
+         {{{"ServicesResolved", true}}, {{"ServicesResolved", false}}, {{"Connected", false}}},
+         false,
+         false},
+        {"link down announced by Connected alone",
+         {{{"ServicesResolved", true}}, {{"Connected", false}}},
+         false,
+         false},
+        {"both in one signal, down",
+         {{{"ServicesResolved", true}}, {{"ServicesResolved", true}, {"Connected", false}}},
+         false,
+         false},
+    };
+    for (const auto& c : cases) {
+        MirrorWithDrops m;
+        m.addDevice(kDevice);
+        bool linkChanged = false;
+        for (const auto& update : c.updates) {
+            PropertyMap changed;
+            for (const auto& [property, value] : update) changed[property] = sdbus::Variant(value);
+            const auto change = m.mirror.changeProperties(kDevice, kDeviceInterface, changed, {});
+            linkChanged |= change && change->link;
+        }
+        const auto* device = m.mirror.device(kDevice);
+        ASSERT_NE(device, nullptr) << c.name;
+        EXPECT_EQ(device->connected, c.connected) << c.name;
+        EXPECT_EQ(device->servicesResolved, c.servicesResolved) << c.name;
+        EXPECT_TRUE(linkChanged) << c.name;
+    }
+}
+
 TEST(ObjectMirror, TheDeviceTableIsCapped) {
     MirrorWithDrops m;
     m.addDevice(kAdapter + "/dev_C0_00_00_00_00_01");

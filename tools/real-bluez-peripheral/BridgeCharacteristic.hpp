@@ -30,6 +30,8 @@ public:
     /// Drops the object (the connection is closing).
     void withdraw() { object_.reset(); }
     const AttributeKey& key() const { return key_; }
+    /// A central has switched notifications on.
+    bool isNotifying() const { return notifying_; }
     /// The device notified `value`.
     void notified(const std::vector<std::uint8_t>& value);
     /// bluetoothd's flags for the characteristic's property bits.

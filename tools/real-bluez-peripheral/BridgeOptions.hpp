@@ -20,6 +20,11 @@ struct BridgeOptions {
     /// How often the advertisement is registered anew: btvirt's controllers send advertising reports only
     /// when advertising is switched on, not while it stays on.
     std::chrono::milliseconds advertisingRestart{1000};
+    /// Bench mode: once a central switches notifications on, the bridge sends this many numbered
+    /// notifications on that characteristic (NotificationBurst) instead of the device's own.
+    std::optional<std::uint32_t> burstCount;
+    /// Time between two of the bench's notifications; zero sends them back to back.
+    std::chrono::microseconds burstInterval{0};
     /// Logs what the bridge does on stderr.
     bool verbose = false;
 };

@@ -60,4 +60,11 @@ void GattApplication::notified(const AttributeKey& characteristic, const std::ve
     }
 }
 
+BridgeCharacteristic* GattApplication::notifyingCharacteristic() const {
+    for (const auto& characteristic : characteristics_) {
+        if (characteristic->isNotifying()) return characteristic.get();
+    }
+    return nullptr;
+}
+
 }  // namespace halvora::realbluez

@@ -27,6 +27,8 @@ public:
     void withdraw();
     /// The device notified `value` on `characteristic`.
     void notified(const AttributeKey& characteristic, const std::vector<std::uint8_t>& value);
+    /// The first characteristic a central has switched notifications on, or null.
+    BridgeCharacteristic* notifyingCharacteristic() const;
 
 private:
     struct ServiceObject {

@@ -13,6 +13,11 @@ constexpr auto kBusRetryInterval = std::chrono::seconds(1);
 /// The application and the advertisement.
 constexpr int kRegistrations = 2;
 constexpr auto kCallTimeout = std::chrono::seconds(5);
+/// How often bench mode looks for a characteristic with notifications on.
+constexpr auto kBurstPollInterval = std::chrono::milliseconds(20);
+/// Bench mode waits this long after notifications came on before sending: at a reconnect bluetoothd
+/// switches them on by itself (from the last link's descriptor), before the kit listens.
+constexpr auto kBurstStartDelay = std::chrono::seconds(1);
 
 }  // namespace
 
@@ -27,7 +32,7 @@ PeripheralBridge::PeripheralBridge(BridgeOptions options, std::shared_ptr<lab::V
     listener.linkLost = [this](const std::string& reason) { log("lab link lost: " + reason); };
     listener.notified = [this, loop](const AttributeKey& characteristic, const std::vector<std::uint8_t>& value) {
         loop->post([this, characteristic, value] {
-            if (application_) application_->notified(characteristic, value);
+            if (application_ && !options_.burstCount) application_->notified(characteristic, value);
         });
     };
     session_ = std::make_shared<LabSession>(device_, options_.seed.value_or(1), std::move(listener));
@@ -95,7 +100,27 @@ void PeripheralBridge::registered(const std::string& what, const std::string& er
         return;
     }
     log(what + " registered on " + adapterPath_);
-    if (--registrationsLeft_ == 0 && ready_) ready_();
+    if (--registrationsLeft_ != 0) return;
+    if (options_.burstCount) startBurstWhenNotifying();
+    if (ready_) ready_();
+}
+
+void PeripheralBridge::startBurstWhenNotifying() {
+    if (burst_) return;
+    auto* characteristic = application_ ? application_->notifyingCharacteristic() : nullptr;
+    if (characteristic == nullptr) {
+        loop_->postAfter(kBurstPollInterval, [this] { startBurstWhenNotifying(); });
+        return;
+    }
+    log("bench: sending " + std::to_string(*options_.burstCount) + " numbered notifications");
+    const AttributeKey key = characteristic->key();
+    burst_ = std::make_unique<NotificationBurst>(*loop_, *options_.burstCount, options_.burstInterval,
+                                                 [this, key](const std::vector<std::uint8_t>& value) {
+                                                     if (application_) application_->notified(key, value);
+                                                 });
+    loop_->postAfter(kBurstStartDelay, [this] {
+        if (burst_) burst_->start();
+    });
 }
 
 void PeripheralBridge::log(const std::string& line) const {

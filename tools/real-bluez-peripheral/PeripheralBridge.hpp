@@ -10,6 +10,7 @@
 #include "BridgeOptions.hpp"
 #include "GattApplication.hpp"
 #include "LabSession.hpp"
+#include "NotificationBurst.hpp"
 #include "halvora/Transport/BlueZ/internal/BusLoop.hpp"
 
 namespace halvora::lab {
@@ -34,6 +35,8 @@ public:
     void stop();
 
 private:
+    /// Bench mode: starts the burst on the first characteristic a central has switched notifications on.
+    void startBurstWhenNotifying();
     void opened(sdbus::IConnection& connection);
     /// Gives the adapter the device's name: a central reads it from the adapter's GAP service once
     /// connected, and a real device's GAP name is the name it advertises.
@@ -49,6 +52,8 @@ private:
     std::unique_ptr<GattApplication> application_;
     std::unique_ptr<Advertisement> advertisement_;
     std::unique_ptr<sdbus::IProxy> adapter_;
+    /// Bench mode only: the numbered notifications, and the timer that looks for a notifying characteristic.
+    std::unique_ptr<NotificationBurst> burst_;
     std::function<void()> ready_;
     std::function<void(const std::string&)> failed_;
     int registrationsLeft_ = 0;

@@ -48,9 +48,15 @@ int main(int argc, char** argv) {
     app.add_option("--adapter", options.adapter, "adapter to serve the device on (default hci1)");
     app.add_option("--advertising-restart-ms", restartMs, "how often the advertisement is registered anew")
         ->check(CLI::Range(100, 60000));
+    int burstIntervalUs = 0;
+    app.add_option("--burst", options.burstCount,
+                   "bench: send this many numbered notifications once a central switches notifications on");
+    app.add_option("--burst-interval-us", burstIntervalUs, "bench: time between two of them (default 0: back to back)")
+        ->check(CLI::Range(0, 1000000));
     app.add_flag("--verbose", options.verbose, "log on stderr");
     CLI11_PARSE(app, argc, argv);
     options.advertisingRestart = std::chrono::milliseconds(restartMs);
+    options.burstInterval = std::chrono::microseconds(burstIntervalUs);
 
     // Every thread started from here on inherits the blocked signals; the main thread waits for them.
     sigset_t signals;

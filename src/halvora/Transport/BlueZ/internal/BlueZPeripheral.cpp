@@ -22,6 +22,9 @@ constexpr const char* kBrEdrFailurePrefix = "br-connection-";
 constexpr const char* kBrEdrAdvice =
     "bluetoothd tried BR/EDR for an LE device; set ControllerMode = le in /etc/bluetooth/main.conf";
 
+/// The GAP service: bluetoothd serves it itself and never exports it as an object.
+const BLEUUID kGenericAccessService("1800");
+
 BLEError notConnectedError() {
     return BLEError{BLEErrorNotConnected, "The peripheral is not connected."};
 }
@@ -185,18 +188,36 @@ void BlueZPeripheral::connectAnswered(std::uint64_t attempt, const std::optional
         return failAttempt(failure->toError(BLEErrorConnectionFailed));
     }
     connectAnswered_ = true;
-    linkChanged(bus_->mirror().device(path_));
+    // bluetoothd answers as soon as the ATT channel is up, often before it announces Connected (and it
+    // never does when the channel beat the controller's connection event): the answer alone says nothing
+    // about the link; its announcements decide, and a link already resolved is taken at once.
+    const auto* device = bus_->mirror().device(path_);
+    if (device == nullptr || (device->connected && device->servicesResolved)) linkChanged(device);
 }
 
-// ServicesResolved is also set when GATT discovery failed; then no service is ever announced.
+// ServicesResolved is also set when GATT discovery failed; then no service is ever announced. It can also
+// come before every service object is announced: the link waits (at most kServicesWait) for the rest.
 void BlueZPeripheral::linkResolved() {
-    if (!bus_->mirror().servicesOf(path_).empty()) return becomeConnected();
+    if (servicesAnnounced()) return becomeConnected();
     if (servicesWaitAttempt_ == attempt_) return;
     servicesWaitAttempt_ = attempt_;
     const std::uint64_t attempt = attempt_;
     std::weak_ptr<BlueZPeripheral> weak = self();
     bus_->after(kServicesWait, [weak, attempt] {
         if (auto peripheral = weak.lock()) peripheral->servicesWaitEnded(attempt);
+    });
+}
+
+// The device's UUIDs name the services GATT discovery found; bluetoothd exports every one as an object
+// except the GAP service, which it keeps for itself.
+bool BlueZPeripheral::servicesAnnounced() const {
+    const auto& mirror = bus_->mirror();
+    const auto* device = mirror.device(path_);
+    const auto services = mirror.servicesOf(path_);
+    if (device == nullptr || services.empty()) return false;
+    return std::all_of(device->uuids.begin(), device->uuids.end(), [&](const BLEUUID& uuid) {
+        return uuid == kGenericAccessService ||
+               std::any_of(services.begin(), services.end(), [&](const auto& record) { return record.uuid == uuid; });
     });
 }
 
@@ -703,7 +724,7 @@ void BlueZPeripheral::gattChanged() {
     const auto& mirror = bus_->mirror();
     if (state() == PeripheralState::Connecting && !awaitingDevice_) {
         const auto* device = mirror.device(path_);
-        if (device != nullptr && device->connected && device->servicesResolved && !mirror.servicesOf(path_).empty())
+        if (device != nullptr && device->connected && device->servicesResolved && servicesAnnounced())
             return becomeConnected();
     }
     for (auto it = channels_.begin(); it != channels_.end();) {

@@ -28,11 +28,13 @@ class BlueZCentral;
 /// A BlueZ device as one central sees it (org.bluez.Device1 and its GATT objects).
 ///
 /// - Connect is Device1.Connect; bluetoothd answers it once the link is up and the link is up for the kit
-///   when the device is both Connected and ServicesResolved and has services. ServicesResolved without
-///   any service after kServicesWait is a failed GATT discovery: a fail-to-connect event, and the link is
-///   closed. A failed Connect is a fail-to-connect event carrying the D-Bus error text (a "br-connection-*"
-///   failure is logged with its cause and the ControllerMode advice); Connected going false, or the
-///   device's removal, is a disconnection event (with an error unless the kit cancelled); cancel is
+///   when the device is both Connected and ServicesResolved and every service its UUIDs name is mirrored
+///   (or, after kServicesWait, any service: bluetoothd may announce them after ServicesResolved).
+///   ServicesResolved without any service after kServicesWait is a failed GATT discovery: a
+///   fail-to-connect event, and the link is closed. A failed Connect is a fail-to-connect event carrying
+///   the D-Bus error text (a "br-connection-*" failure is logged with its cause and the ControllerMode
+///   advice); Connected going false, or the device's removal, is a disconnection event (with an error
+///   unless the kit cancelled); cancel is
 ///   Device1.Disconnect (a pending attempt is abandoned at once, with a disconnection event).
 /// - A connect to a device bluetoothd does not hold (its object expired after its last advertisement, or
 ///   never existed) stays connecting: discovery runs until the object comes back, then Connect is sent;
@@ -100,6 +102,8 @@ public:
     void valueArrived(const std::string& characteristicPath, std::vector<std::uint8_t> value);
     /// GATT objects of the device changed: requests to characteristics that are gone are answered.
     void gattChanged();
+    /// (bus) Every service GATT discovery found (the device's UUIDs) is mirrored, and at least one.
+    bool servicesAnnounced() const;
 
 private:
     using DelegateEvent =

@@ -103,6 +103,17 @@ bool ObjectMirror::isDevicePath(const std::string& path) const {
 
 // ---------------------------------------------------------------- updates
 
+// bluetoothd resolves services only over a live link, yet it never announces Connected when the ATT
+// channel came up before the controller's connection event ("device_add_connection() ... already
+// connected"): a device with its services resolved is connected. A link announced down has no services.
+void ObjectMirror::impliedLinkState(Device& device, std::optional<bool> connectedAnnounced) {
+    if (connectedAnnounced == false) {
+        device.servicesResolved = false;
+    } else if (device.servicesResolved) {
+        device.connected = true;
+    }
+}
+
 std::optional<ObjectMirror::DeviceChange> ObjectMirror::addObject(const std::string& path,
                                                                   const InterfaceMap& interfaces) {
     std::optional<DeviceChange> change;
@@ -191,7 +202,8 @@ std::optional<ObjectMirror::DeviceChange> ObjectMirror::applyDevice(const std::s
         change.advertised = true;
     }
     if (auto txPower = reader.int16("TxPower")) device.txPower = *txPower;
-    if (auto connected = reader.boolean("Connected")) {
+    const auto connected = reader.boolean("Connected");
+    if (connected) {
         change.link |= device.connected != *connected;
         device.connected = *connected;
     }
@@ -199,6 +211,7 @@ std::optional<ObjectMirror::DeviceChange> ObjectMirror::applyDevice(const std::s
         change.link |= device.servicesResolved != *resolved;
         device.servicesResolved = *resolved;
     }
+    impliedLinkState(device, connected);
     if (auto uuids = reader.uuidList("UUIDs")) device.uuids = std::move(*uuids);
     if (auto data = reader.manufacturerData("ManufacturerData")) {
         device.manufacturerData = manufacturerBytes(*data);

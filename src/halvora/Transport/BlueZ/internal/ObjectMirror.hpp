@@ -109,6 +109,9 @@ private:
                       const std::vector<std::string>& invalidated);
     std::optional<DeviceChange> applyDevice(const std::string& path, const PropertyMap& properties,
                                             const std::vector<std::string>& invalidated, bool create);
+    /// Fills in what bluetoothd left unannounced: resolved services mean a live link; a link announced
+    /// down (`connectedAnnounced` false) has no resolved services.
+    static void impliedLinkState(Device& device, std::optional<bool> connectedAnnounced);
     void applyService(const std::string& path, const PropertyMap& properties, bool create);
     void applyCharacteristic(const std::string& path, const PropertyMap& properties, bool create);
     void removeDevice(const std::string& path);

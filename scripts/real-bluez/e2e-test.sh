@@ -1,0 +1,276 @@
+#!/usr/bin/env bash
+# The BlueZ transport end to end against the real bluetoothd, run inside the real-bluez machine: the
+# peripheral bridge serves one lab device at a time on hci1 and `halvora --transport bluez` on hci0 meets it
+# over the real stack. Each step prints one line "e2e: NAME: passed|FAILED|skipped (SECONDS s) [what]".
+#
+#   scripts/real-bluez.sh -- scripts/real-bluez/e2e-test.sh BUILD_DIR [STEP...]
+#
+# Steps (all by default, in this order):
+#   scan             the blood-pressure monitor is listed
+#   connect          connect and wait until ready, three times in a row (each link ends at the CLI's exit:
+#                    every connect after the first is a reconnect; readiness waits for the services and
+#                    characteristics bluetoothd announces after ServicesResolved)
+#   disconnect       bluetoothd shows the link down after the CLI disconnected
+#   measure          `measure bp` gives a result; the cuff pressures rise then fall (notifications in
+#                    order with [GATT] Channels = 1: reorderings are counted)
+#   reconnect-data   a second `measure bp` right after the first gets as many cuff readings (values sent
+#                    right after a reconnect, while bluetoothd's notify session of the last link is
+#                    still on, are delivered)
+#   history          an RM830 bracelet's stored heart-rate history is downloaded
+#   power            Bluetooth switched off and on (Adapter1.Powered) during a scan: the kit notices both,
+#                    and a connect after it succeeds
+#   absent-device    a connect to a device that stopped advertising waits and succeeds when it is back
+#   demo             skipped: `halvora demo` plays every class of the lab and cannot be pointed at one
+# Exits 0 when every step passed (or was skipped), 1 otherwise, 77 when the programs are not built.
+set -uo pipefail
+
+build="${1:?usage: e2e-test.sh BUILD_DIR [STEP...]}"
+shift
+steps=("$@")
+[ ${#steps[@]} -gt 0 ] || steps=(scan connect disconnect measure reconnect-data history power absent-device demo)
+
+bridge_bin="$build/tools/real-bluez-peripheral/halvora-real-bluez-peripheral"
+cli_bin="$build/tools/halvora/halvora"
+bp_class=HalvoraSDKHeartDevice
+bp_kind=0
+bracelet_class=HalvoraSDKBraceletRM830
+bridge_ready_timeout_s=30
+link_down_timeout_s=10
+connects_in_a_row=3
+# A connect waits this long for the device that stopped advertising before the bridge comes back.
+absent_for_s=8
+adapter_path=/org/bluez/hci0
+
+exit_cannot_run=77
+for program in "$bridge_bin" "$cli_bin"; do
+  [ -x "$program" ] || { echo "e2e: cannot run: $program is not built"; exit "$exit_cannot_run"; }
+done
+
+work="$(mktemp -d)"
+bridge_pid=""
+failures=0
+export HALVORA_LAB_STATE=""
+
+stop_bridge() {
+  if [ -n "$bridge_pid" ]; then
+    kill "$bridge_pid" 2>/dev/null || true
+    wait "$bridge_pid" 2>/dev/null || true
+  fi
+  bridge_pid=""
+}
+finish() {
+  stop_bridge
+  rm -rf "$work"
+}
+trap finish EXIT
+
+# Serves CLASS on hci1 and waits for its "ready"; the bridge's log is $work/bridge.log.
+start_bridge() {
+  stop_bridge
+  : >"$work/bridge.out"
+  "$bridge_bin" --class "$1" --verbose >"$work/bridge.out" 2>>"$work/bridge.log" &
+  bridge_pid=$!
+  local _
+  for _ in $(seq 1 $((bridge_ready_timeout_s * 10))); do
+    grep -qx ready "$work/bridge.out" && return 0
+    kill -0 "$bridge_pid" 2>/dev/null || return 1
+    sleep 0.1
+  done
+  return 1
+}
+
+cli() { "$cli_bin" --transport bluez --adapter hci0 "$@"; }
+
+now_ms() { date +%s%3N; }
+
+# Runs one step: report NAME STATUS DETAIL, with the step's time.
+step_started=0
+begin() { step_started=$(now_ms); : >"$work/step.log"; }
+report() {
+  local name="$1" status="$2" detail="${3:-}" ms=$(($(now_ms) - step_started))
+  printf 'e2e: %s: %s (%d.%01d s)%s\n' "$name" "$status" $((ms / 1000)) $((ms % 1000 / 100)) "${detail:+ $detail}"
+  if [ "$status" = FAILED ]; then
+    failures=$((failures + 1))
+    echo "--- $name: output"
+    tail -n 40 "$work/step.log"
+    echo "--- bridge log (last lines)"
+    tail -n 10 "$work/bridge.log" 2>/dev/null || true
+  fi
+}
+
+# The bridged device's object on hci0 (the only peripheral on the emulated radio).
+device_path() {
+  busctl --system tree --list org.bluez 2>/dev/null | grep -m1 -E "^$adapter_path/dev_[0-9A-F_]+$"
+}
+device_connected() {
+  busctl --system get-property org.bluez "$1" org.bluez.Device1 Connected 2>/dev/null | grep -qx 'b true'
+}
+
+# Cuff pressures of a `measure bp` output, one a line.
+cuff_pressures() { sed -n 's/^cuff pressure \([0-9]*\) mmHg$/\1/p' "$1"; }
+# How many readings break "rise, then fall" (0 when the notifications came in order).
+count_reorderings() {
+  awk 'BEGIN { peak = -1; falling = 0; bad = 0 }
+       { if (!falling && $1 < peak) falling = 1
+         else if (falling && $1 > prev) bad++
+         if ($1 > peak) peak = $1
+         prev = $1 }
+       END { print bad }'
+}
+
+step_scan() {
+  begin
+  start_bridge "$bp_class" || { report scan FAILED "the bridge was not ready"; return; }
+  cli --json scan --seconds 8 >"$work/step.log" 2>&1
+  if grep -q "\"event\":\"scan\".*\"type\":${bp_kind}[,}]" "$work/step.log"; then
+    report scan passed
+  else
+    report scan FAILED "no blood-pressure monitor listed"
+  fi
+}
+
+step_connect() {
+  begin
+  start_bridge "$bp_class" || { report connect FAILED "the bridge was not ready"; return; }
+  local i
+  for i in $(seq 1 "$connects_in_a_row"); do
+    if ! cli connect "$bp_kind" --timeout 30 >>"$work/step.log" 2>&1; then
+      report connect FAILED "connect $i of $connects_in_a_row"
+      return
+    fi
+  done
+  report connect passed "$connects_in_a_row connects in a row, each ready"
+}
+
+step_disconnect() {
+  begin
+  start_bridge "$bp_class" || { report disconnect FAILED "the bridge was not ready"; return; }
+  cli connect "$bp_kind" --timeout 30 >"$work/step.log" 2>&1 || { report disconnect FAILED "connect failed"; return; }
+  local path _
+  path="$(device_path)"
+  [ -n "$path" ] || { report disconnect FAILED "bluetoothd holds no device"; return; }
+  for _ in $(seq 1 $((link_down_timeout_s * 10))); do
+    device_connected "$path" || { report disconnect passed "$path down"; return; }
+    sleep 0.1
+  done
+  report disconnect FAILED "$path still connected after $link_down_timeout_s s"
+}
+
+measure_bp() { cli measure bp >"$1" 2>&1 && grep -q '^result: [0-9]*/[0-9]* mmHg' "$1"; }
+
+step_measure() {
+  begin
+  start_bridge "$bp_class" || { report measure FAILED "the bridge was not ready"; return; }
+  measure_bp "$work/measure1.log" || { cp "$work/measure1.log" "$work/step.log"; { report measure FAILED; return; }; }
+  local readings reorderings
+  readings=$(cuff_pressures "$work/measure1.log" | wc -l)
+  reorderings=$(cuff_pressures "$work/measure1.log" | count_reorderings)
+  if [ "$readings" -eq 0 ] || [ "$reorderings" -ne 0 ]; then
+    cp "$work/measure1.log" "$work/step.log"
+    report measure FAILED "$readings cuff readings, $reorderings out of order"
+  else
+    report measure passed "$(grep -m1 '^result:' "$work/measure1.log"); $readings cuff readings, 0 out of order"
+  fi
+}
+
+step_reconnect_data() {
+  begin
+  [ -f "$work/measure1.log" ] || step_measure >/dev/null
+  measure_bp "$work/measure2.log" || { cp "$work/measure2.log" "$work/step.log"; { report reconnect-data FAILED; return; }; }
+  local first second
+  first=$(cuff_pressures "$work/measure1.log" | wc -l)
+  second=$(cuff_pressures "$work/measure2.log" | wc -l)
+  if [ "$second" -eq "$first" ] && [ "$(cuff_pressures "$work/measure2.log" | head -1)" = "$(cuff_pressures "$work/measure1.log" | head -1)" ]; then
+    report reconnect-data passed "$second cuff readings over the new link, as over the first"
+  else
+    cp "$work/measure2.log" "$work/step.log"
+    report reconnect-data FAILED "$second cuff readings over the new link, $first over the first"
+  fi
+}
+
+step_history() {
+  begin
+  start_bridge "$bracelet_class" || { report history FAILED "the bridge was not ready"; return; }
+  cli rm830 heart-history >"$work/step.log" 2>&1 || { report history FAILED "halvora rm830 heart-history failed"; return; }
+  local records
+  records=$(grep -cE '^[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9:]{8} +[0-9]+$' "$work/step.log")
+  if [ "$records" -gt 0 ]; then report history passed "$records heart-rate records"; else report history FAILED "no records"; fi
+}
+
+set_powered() { busctl --system set-property org.bluez "$adapter_path" org.bluez.Adapter1 Powered b "$1"; }
+
+step_power() {
+  begin
+  start_bridge "$bp_class" || { report power FAILED "the bridge was not ready"; return; }
+  cli --verbose --json scan --seconds 18 >"$work/step.log" 2>&1 &
+  local scan_pid=$!
+  sleep 4
+  set_powered false
+  sleep 3
+  set_powered true
+  wait "$scan_pid"
+  # The kit reports "PoweredOff" and then "PoweredOn" again; the manager drops its scan at power off (an
+  # application scans again), so the device is then met by a new connect.
+  local off_line on_line
+  off_line=$(grep -n -m1 'Device BLE PoweredOff' "$work/step.log" | cut -d: -f1)
+  on_line=$(awk -v off="${off_line:-0}" 'NR > off && /Device BLE PoweredOn/ { print NR; exit }' "$work/step.log")
+  if [ -z "$off_line" ] || [ -z "$on_line" ]; then
+    report power FAILED "off noticed: ${off_line:+yes}, on again: ${on_line:+yes}"
+    return
+  fi
+  if cli connect "$bp_kind" --timeout 30 >>"$work/step.log" 2>&1; then
+    report power passed "off and on noticed, connected after"
+  else
+    report power FAILED "off and on noticed, no connect after"
+  fi
+}
+
+step_absent_device() {
+  begin
+  start_bridge "$bp_class" || { report absent-device FAILED "the bridge was not ready"; return; }
+  cli connect "$bp_kind" --timeout 30 >"$work/step.log" 2>&1 || { report absent-device FAILED "first connect failed"; return; }
+  stop_bridge
+  local started
+  started=$(now_ms)
+  cli --verbose connect "$bp_kind" --timeout 60 >>"$work/step.log" 2>&1 &
+  local connect_pid=$!
+  sleep "$absent_for_s"
+  if ! kill -0 "$connect_pid" 2>/dev/null; then
+    wait "$connect_pid"
+    { report absent-device FAILED "the connect ended while the device was away"; return; }
+  fi
+  start_bridge "$bp_class" || { report absent-device FAILED "the bridge was not ready again"; return; }
+  if wait "$connect_pid"; then
+    local ms=$(($(now_ms) - started))
+    report absent-device passed "ready $((ms / 1000)) s after asking, the device away for $absent_for_s s"
+  else
+    report absent-device FAILED "the connect failed after the device came back"
+  fi
+}
+
+step_demo() {
+  begin
+  report demo skipped "halvora demo plays every lab class; the bridge serves one"
+}
+
+for name in "${steps[@]}"; do
+  case "$name" in
+    scan) step_scan ;;
+    connect) step_connect ;;
+    disconnect) step_disconnect ;;
+    measure) step_measure ;;
+    reconnect-data) step_reconnect_data ;;
+    history) step_history ;;
+    power) step_power ;;
+    absent-device) step_absent_device ;;
+    demo) step_demo ;;
+    *) echo "e2e: unknown step $name"; failures=$((failures + 1)) ;;
+  esac
+done
+stop_bridge
+if [ "$failures" -eq 0 ]; then
+  echo "e2e: passed"
+  exit 0
+fi
+echo "e2e: $failures step(s) FAILED"
+exit 1
