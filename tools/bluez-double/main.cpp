@@ -14,6 +14,7 @@
 #include "BlueZDouble.hpp"
 #include "CliError.hpp"
 #include "LabFile.hpp"
+#include "ServiceMain.hpp"
 #include "halvora/Core/Log.hpp"
 
 using namespace halvora;
@@ -94,12 +95,7 @@ int main(int argc, char** argv) {
     });
 
     // Every thread started from here on inherits the blocked signals; the main thread waits for them.
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
-    sigaddset(&signals, SIGUSR1);
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    const sigset_t signals = cli::blockStopSignals();
 
     std::vector<std::shared_ptr<lab::VirtualPeripheral>> devices;
     try {
@@ -108,20 +104,6 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "halvora-bluez-double: %s\n", error.what());
         return error.code();
     }
-    std::atomic<int> status{0};
     bluezdouble::BlueZDouble bluez(options, devices);
-    bluez.start(
-        [] {
-            std::printf("ready\n");
-            std::fflush(stdout);
-        },
-        [&status](const std::string& reason) {
-            std::fprintf(stderr, "halvora-bluez-double: %s\n", reason.c_str());
-            status = 1;
-            kill(getpid(), SIGUSR1);
-        });
-    int received = 0;
-    sigwait(&signals, &received);
-    bluez.stop();
-    return status.load();
+    return cli::serveUntilStopped("halvora-bluez-double", bluez, signals);
 }

@@ -15,6 +15,7 @@
 #include "CliError.hpp"
 #include "LabFile.hpp"
 #include "PeripheralBridge.hpp"
+#include "ServiceMain.hpp"
 
 using namespace halvora;
 
@@ -59,12 +60,7 @@ int main(int argc, char** argv) {
     options.burstInterval = std::chrono::microseconds(burstIntervalUs);
 
     // Every thread started from here on inherits the blocked signals; the main thread waits for them.
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
-    sigaddset(&signals, SIGUSR1);
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    const sigset_t signals = cli::blockStopSignals();
 
     std::shared_ptr<lab::VirtualPeripheral> device;
     try {
@@ -73,20 +69,6 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "halvora-real-bluez-peripheral: %s\n", error.what());
         return error.code();
     }
-    std::atomic<int> status{0};
     realbluez::PeripheralBridge bridge(options, device);
-    bridge.start(
-        [] {
-            std::printf("ready\n");
-            std::fflush(stdout);
-        },
-        [&status](const std::string& reason) {
-            std::fprintf(stderr, "halvora-real-bluez-peripheral: %s\n", reason.c_str());
-            status = 1;
-            kill(getpid(), SIGUSR1);
-        });
-    int received = 0;
-    sigwait(&signals, &received);
-    bridge.stop();
-    return status.load();
+    return cli::serveUntilStopped("halvora-real-bluez-peripheral", bridge, signals);
 }
