@@ -70,7 +70,15 @@ void SvgDocument::element(const std::string& name, const Attributes& geometry, c
     for (const auto* list : {&geometry, &attributes}) {
         for (const auto& [key, value] : *list) out += " " + key + "=\"" + escape(value) + "\"";
     }
-    out += hasContent ? ">" + escape(content) + "</" + name + ">\n" : "/>\n";
+    if (hasContent) {
+        out += '>';
+        out += escape(content);
+        out += "</";
+        out += name;
+        out += ">\n";
+    } else {
+        out += "/>\n";
+    }
     body_ += out;
 }
 

@@ -109,7 +109,10 @@ std::string cellText(const nlohmann::json& value) {
     if (value.is_number_float()) return format("%.2f", value.get<double>());
     if (value.is_array()) {
         std::string out;
-        for (const auto& v : value) out += (out.empty() ? "" : " ") + cellText(v);
+        for (const auto& v : value) {
+            if (!out.empty()) out += ' ';
+            out += cellText(v);
+        }
         return out;
     }
     return value.dump();
