@@ -16,7 +16,6 @@ namespace halvora::lab {
 
 namespace {
 
-constexpr int kCentury = 2000;
 constexpr std::int64_t kDaySeconds = 86400;
 constexpr int kQuarterSeconds = 900;
 constexpr int kMinHeartRate = 1;
@@ -218,16 +217,7 @@ VirtualRM830::Reply VirtualRM830::answer(Frame frame) const {
 }
 
 VirtualRM830::Reply VirtualRM830::onSetClock(const RM830Command& command) {
-    const auto year = command.bcd(1);
-    const auto month = command.bcd(2);
-    const auto day = command.bcd(3);
-    const auto hour = command.bcd(4);
-    const auto minute = command.bcd(5);
-    const auto second = command.bcd(6);
-    std::optional<BraceletTime> time;
-    if (year && month && day && hour && minute && second) {
-        time = DeviceClock::realTime(kCentury + *year, *month, *day, *hour, *minute, *second);
-    }
+    const auto time = DeviceClock::bcdTime(command, 1);
     if (!time) return answer(RM830Answers::error(command.code()));
     anchorClock(*time);
     settings_.clockSetByPhone = true;

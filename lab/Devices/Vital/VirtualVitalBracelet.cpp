@@ -16,7 +16,6 @@ static_assert(VirtualVitalBracelet::kMaxAlarms == VitalAlarmList::kMaxAlarms);
 
 namespace {
 
-constexpr int kCentury = 2000;
 constexpr int kMinHeartRate = 1;
 constexpr int kMaxHeartRate = 255;
 constexpr int kMaxTemperature = 0xFFFF;
@@ -316,16 +315,7 @@ VirtualVitalBracelet::Reply VirtualVitalBracelet::answer(Frame frame) const {
 }
 
 VirtualVitalBracelet::Reply VirtualVitalBracelet::onSetClock(const VitalCommand& command) {
-    const auto year = command.bcd(1);
-    const auto month = command.bcd(2);
-    const auto day = command.bcd(3);
-    const auto hour = command.bcd(4);
-    const auto minute = command.bcd(5);
-    const auto second = command.bcd(6);
-    std::optional<BraceletTime> time;
-    if (year && month && day && hour && minute && second) {
-        time = DeviceClock::realTime(kCentury + *year, *month, *day, *hour, *minute, *second);
-    }
+    const auto time = DeviceClock::bcdTime(command, 1);
     if (!time) return answer(VitalAnswers::refusal(command.code()));
     anchorClock(*time);
     settings_.clockSetByPhone = true;
