@@ -119,6 +119,27 @@ TEST_F(PreferenceUtilsTest, NumbersConvertBetweenIntegerAndFloatingPoint) {
     EXPECT_EQ(store.getWeightGender(), 0);  // does not fit 32 bits: the default
 }
 
+TEST_F(PreferenceUtilsTest, StoringWhatTheFileHoldsLeavesItUntouched) {
+    PreferenceUtils store(file, &log);
+    store.setBraceletUUID("6F1C2D3E-0000-4000-8000-00000000F022");
+    store.setWeightUnit("lb");
+    const auto inode = [&] {
+        struct stat status {};
+        return ::stat(file.c_str(), &status) == 0 ? status.st_ino : 0;
+    };
+    const auto before = inode();
+    ASSERT_NE(before, 0U);
+    store.setBraceletUUID("6F1C2D3E-0000-4000-8000-00000000F022");
+    store.setWeightUnit("lb");
+    PreferenceUtils(file, &log).setWeightUnit("lb");
+    EXPECT_EQ(inode(), before);  // a rewrite renames a new file over the old one
+    store.setWeightUnit("kg");
+    EXPECT_NE(inode(), before);
+    EXPECT_EQ(PreferenceUtils(file, &log).getWeightUnit(), "kg");
+    EXPECT_EQ(store.getBraceletUUID(), "6F1C2D3E-0000-4000-8000-00000000F022");
+    EXPECT_TRUE(lines.empty());
+}
+
 TEST_F(PreferenceUtilsTest, FileIsPrivateToTheUser) {
     PreferenceUtils(file, &log).setWeightAge(40);
     struct stat status {};

@@ -234,25 +234,34 @@ const PreferenceUtils::Entries& PreferenceUtils::currentEntriesLocked() const {
 }
 
 PreferenceUtils::Entries PreferenceUtils::loadLocked(FileIdentity& identity) const {
+    return readLocked(identity).value_or(Entries{});
+}
+
+std::optional<PreferenceUtils::Entries> PreferenceUtils::readLocked(FileIdentity& identity) const {
     identity = FileIdentity{};
     std::string text;
     struct stat status {};
     const int error = PreferencesFile::read(file_, kMaxFileSize, text, status);
-    if (error == ENOENT) return {};
+    if (error == ENOENT) return std::nullopt;
     if (error != 0 && error != EFBIG) {
         // Remember the version that failed, so that it is tried again only once it changes.
         if (PreferencesFile::status(file_, status) == 0) identity = identityOf(status);
         reportProblemOnce("HalvoraSDK: preferences file " + file_.string() + " cannot be read (" + errorText(error) +
                           "); using defaults");
-        return {};
+        return std::nullopt;
     }
     identity = identityOf(status);
     std::optional<Entries> entries = error == 0 ? PreferencesFormat::parse(text) : std::nullopt;
     if (!entries) {
         reportProblemOnce("HalvoraSDK: preferences file " + file_.string() + " is corrupt; using defaults");
-        return {};
     }
-    return std::move(*entries);
+    return entries;
+}
+
+bool PreferenceUtils::holds(const Entries& entries, const std::string& key, const std::optional<Value>& value) {
+    const auto found = entries.find(key);
+    if (!value) return found == entries.end();
+    return found != entries.end() && found->second == *value;
 }
 
 // ---------------------------------------------------------------- writing
@@ -270,8 +279,16 @@ void PreferenceUtils::write(const std::string& key, std::optional<Value> value) 
         return;
     }
     // Under the lock: start from what is on disk now, so that keys other writers saved are kept.
-    FileIdentity ignored;
-    Entries entries = loadLocked(ignored);
+    FileIdentity identity;
+    const std::optional<Entries> stored = readLocked(identity);
+    if (stored && holds(*stored, key, value)) {
+        // Already stored: the file stays as it is (a bracelet's reconnection stores the same identifier).
+        cachedEntries_ = *stored;
+        cachedIdentity_ = identity;
+        PreferencesFile::unlock(lockDescriptor);
+        return;
+    }
+    Entries entries = stored.value_or(Entries{});
     if (value) {
         entries.insert_or_assign(key, std::move(*value));
     } else {

@@ -23,8 +23,9 @@ namespace halvora {
 /// side file `<file>.lock`, reads the current file, changes its one key, writes a temporary file
 /// `<file>.tmp.XXXXXX` in the same folder, syncs it, renames it over the file and syncs the folder. A crash
 /// at any moment therefore leaves the old file or the new one, never a mix; temporaries left behind by a
-/// crashed writer are removed by the next setter. Because each setter re-reads under the lock, setters in
-/// several processes (and several stores on one file) keep each other's keys.
+/// crashed writer are removed by the next setter that writes. Because each setter re-reads under the lock,
+/// setters in several processes (and several stores on one file) keep each other's keys. A setter whose value
+/// the file already holds (read under the lock) leaves the file untouched.
 ///
 /// Reading: getters serve from a copy of the file that is checked against the file's identity (device,
 /// inode, size, modification and change time) on every call and re-read when any of them changed; a value
@@ -158,6 +159,10 @@ private:
     const Entries& currentEntriesLocked() const;
     /// Reads and parses the file now; defaults (and a reported problem) when it cannot be used.
     Entries loadLocked(FileIdentity& identity) const;
+    /// Reads and parses the file now; absent when it is missing or cannot be used (a problem is reported).
+    std::optional<Entries> readLocked(FileIdentity& identity) const;
+    /// Whether `entries` already hold `value` under `key` (an absent value: no such key).
+    static bool holds(const Entries& entries, const std::string& key, const std::optional<Value>& value);
     void saveLocked(const Entries& entries);
     void reportProblemOnce(const std::string& line) const;
     void logLine(const std::string& line) const;
