@@ -20,23 +20,23 @@ int hexValue(char c) {
 
 /// Reads hexadecimal digit pairs into `out`, skipping hyphens at the canonical positions only.
 bool readHex(std::string_view text, std::uint8_t* out, std::size_t count) {
-    std::string digits;
+    std::size_t digits = 0;
     for (std::size_t i = 0; i < text.size(); ++i) {
         const char c = text[i];
         if (c == '-') {
             if (text.size() != 36 || (i != 8 && i != 13 && i != 18 && i != 23)) return false;
             continue;
         }
-        digits.push_back(c);
+        const int value = hexValue(c);
+        if (value < 0 || digits == count * 2) return false;
+        if (digits % 2 == 0) {
+            out[digits / 2] = static_cast<std::uint8_t>(value * 16);
+        } else {
+            out[digits / 2] = static_cast<std::uint8_t>(out[digits / 2] + value);
+        }
+        ++digits;
     }
-    if (digits.size() != count * 2) return false;
-    for (std::size_t i = 0; i < count; ++i) {
-        const int hi = hexValue(digits[2 * i]);
-        const int lo = hexValue(digits[2 * i + 1]);
-        if (hi < 0 || lo < 0) return false;
-        out[i] = static_cast<std::uint8_t>(hi * 16 + lo);
-    }
-    return true;
+    return digits == count * 2;
 }
 
 }  // namespace
