@@ -6,6 +6,9 @@
 # build/fuzz/findings/, and the script fails. Prints executions per target at the end.
 #
 #   fuzz/run.sh SECONDS [TARGET ...]     (targets by their file names: bracelet_notifications, ...)
+#
+# FUZZ_RUNS=N stops each target after N executions instead (SECONDS 0: no time limit), logging to
+# build/fuzz/logs/long-<target>.log: how the long campaigns are run.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -22,11 +25,15 @@ mkdir -p build/fuzz/findings build/fuzz/logs
 
 run_one() {
   local target=$1 seconds=$2 bin=$3
-  local work=build/fuzz/corpus/$target log=build/fuzz/logs/$target.log
+  local work=build/fuzz/corpus/$target log=build/fuzz/logs/$target.log limit=()
+  if [ -n "${FUZZ_RUNS:-}" ]; then
+    log=build/fuzz/logs/long-$target.log
+    limit=(-runs="$FUZZ_RUNS")
+  fi
   mkdir -p "$work" "fuzz/corpus/$target"
   # Allocation stacks are not needed to find a fault, and recording them halves the speed.
   if ASAN_OPTIONS=malloc_context_size=0:detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
-    "$bin/fuzz_$target" -max_total_time="$seconds" -timeout=25 -rss_limit_mb=2048 -max_len=4096 \
+    "$bin/fuzz_$target" -max_total_time="$seconds" "${limit[@]}" -timeout=25 -rss_limit_mb=2048 -max_len=4096 \
       -print_final_stats=1 -artifact_prefix="build/fuzz/findings/$target-" "$work" "fuzz/corpus/$target" \
       >"$log" 2>&1; then
     local runs
