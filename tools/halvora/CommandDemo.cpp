@@ -1,3 +1,4 @@
+#include <map>
 #include <set>
 
 #include "CliError.hpp"
@@ -22,42 +23,97 @@ struct DemoRow {
     bool ok = false;
 };
 
-/// Scans for all devices and returns the identifiers heard.
-std::set<std::string> discover(Session& session) {
-    std::set<std::string> heard;
+/// What one scan heard: every identifier, and the first device of each kind.
+struct Heard {
+    std::set<std::string> identifiers;
+    std::map<DeviceKind, HalvoraSDKDevice> firstOfKind;
+};
+
+/// One device the demo runs: a lab device (with its script) or a device met over Bluetooth.
+struct DemoTarget {
+    DeviceKind kind = DeviceTypeNone;
+    std::string title;       ///< what the demo prints before it connects
+    std::string identifier;  ///< connected by this identifier
+    bool discovered = false;
+    const LabDevice* labDevice = nullptr;  ///< absent for a device met over Bluetooth
+};
+
+/// Scans for all devices and returns what was heard.
+Heard discover(Session& session) {
+    Heard heard;
     session.app().onScan = [&heard](const ScanResult& result) {
         for (const auto& [kind, devices] : result) {
-            for (const auto& device : devices) heard.insert(device.deviceIdentifier);
+            for (const auto& device : devices) {
+                heard.identifiers.insert(device.deviceIdentifier);
+                heard.firstOfKind.try_emplace(kind, device);
+            }
         }
     };
     session.manager().scanAllDevices();
     session.pass(seconds(kDiscoverySeconds));
     session.manager().stopScanForDevices();
     session.app().onScan = nullptr;
-    session.printer().line(format("discovered %zu devices in %.1f s of scanning", heard.size(), kDiscoverySeconds));
+    session.printer().line(
+        format("discovered %zu devices in %.1f s of scanning", heard.identifiers.size(), kDiscoverySeconds));
     return heard;
 }
 
-DemoRow demoDevice(Session& session, const LabDevice& device, bool discovered) {
+/// The lab's devices, each as its script describes it.
+std::vector<DemoTarget> labTargets(const Session& session, const Heard& heard) {
+    std::vector<DemoTarget> targets;
+    for (const auto& device : session.labDevices()) {
+        DemoTarget target;
+        target.kind = device.labClass->kind;
+        target.title = device.entry.className + " \"" + device.device->name().value_or("") + "\" " +
+                       device.entry.identifier;
+        target.identifier = device.entry.identifier;
+        target.discovered = heard.identifiers.count(device.entry.identifier) != 0;
+        target.labDevice = &device;
+        targets.push_back(std::move(target));
+    }
+    return targets;
+}
+
+/// Over Bluetooth: the first device of each kind that was heard.
+std::vector<DemoTarget> heardTargets(const Heard& heard) {
+    std::vector<DemoTarget> targets;
+    for (const auto& [kind, device] : heard.firstOfKind) {
+        DemoTarget target;
+        target.kind = kind;
+        target.title = kindText(kind) + " " + device.deviceIdentifier;
+        target.identifier = device.deviceIdentifier;
+        target.discovered = true;
+        targets.push_back(std::move(target));
+    }
+    return targets;
+}
+
+DemoRow demoDevice(Session& session, const DemoTarget& target) {
+    static const LabDevice kNoLabDevice;
     DemoRow row;
-    row.className = device.entry.className;
-    row.discovered = discovered;
-    const DeviceKind kind = device.labClass->kind;
+    row.discovered = target.discovered;
+    if (target.labDevice) row.className = target.labDevice->entry.className;
     auto& printer = session.printer();
     const Duration start = session.elapsed();
     session.app().clearResults();
-    printer.line(row.className + " \"" + device.device->name().value_or("") + "\" " + device.entry.identifier);
+    printer.line(target.title);
     try {
-        connectAndWait(session, kind, kDemoConnectTimeout, device.entry.identifier);
+        connectAndWait(session, target.kind, kDemoConnectTimeout, target.identifier);
         row.connected = true;
         printer.line("  connected and ready after " + secondsText(session.elapsed() - start));
+        // A device met over Bluetooth is known by the driver that took it.
+        if (auto driver = session.manager().driverForKind(target.kind); driver && row.className.empty()) {
+            row.className = driver->className();
+        }
         const DemoStep* step = demoStepFor(row.className);
-        row.result = step ? (*step)(session, device) : "connected (no demo step)";
+        row.result = step ? (*step)(session, target.labDevice ? *target.labDevice : kNoLabDevice)
+                          : "connected (no demo step)";
         row.ok = true;
     } catch (const CliError& error) {
         row.result = std::string("failed: ") + error.what();
     }
-    disconnectAndSettle(session, kind);
+    if (row.className.empty()) row.className = kindText(target.kind);
+    disconnectAndSettle(session, target.kind);
     row.time = session.elapsed() - start;
     printer.line("  " + row.result);
     printer.event({{"event", "demo"}, {"class", row.className}, {"discovered", row.discovered},
@@ -71,14 +127,21 @@ DemoRow demoDevice(Session& session, const LabDevice& device, bool discovered) {
 
 int runDemo(Session& session) {
     auto& printer = session.printer();
-    printer.line(format("Halvora lab demo: %zu virtual devices (%s time)", session.labDevices().size(),
-                        session.options().realtime ? "real" : "virtual"));
+    const bool lab = session.radio() != nullptr;
+    if (lab) {
+        printer.line(format("Halvora lab demo: %zu virtual devices (%s time)", session.labDevices().size(),
+                            session.options().realtime ? "real" : "virtual"));
+    } else {
+        printer.line("Halvora demo: the devices in range, one of each kind");
+    }
     session.startCentral();
-    const std::set<std::string> heard = discover(session);
+    const Heard heard = discover(session);
+    const std::vector<DemoTarget> targets = lab ? labTargets(session, heard) : heardTargets(heard);
+    if (targets.empty()) throw CliError(ExitNoDevice, "no device in range");
     std::vector<DemoRow> rows;
     bool allOk = true;
-    for (const auto& device : session.labDevices()) {
-        rows.push_back(demoDevice(session, device, heard.count(device.entry.identifier) != 0));
+    for (const auto& target : targets) {
+        rows.push_back(demoDevice(session, target));
         allOk = allOk && rows.back().ok;
     }
     if (!printer.json()) {
