@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "BlueZ/BusClient.hpp"
+#include "BlueZ/TransportRecorder.hpp"
 #include "BlueZ/TransportWorld.hpp"
 #include "halvora/Transport/Peripheral.hpp"
 
@@ -81,6 +82,57 @@ TEST(BlueZRealStack, NotifySessionsTheKitOpenedEndWithTheirLink) {
         // bluetoothd would otherwise switch delivery on again by itself at the next link.
         EXPECT_TRUE(waitUntil([&] { return !client.notifying(*path); }, seconds(2))) << c.what;
     }
+}
+
+TEST(BlueZRealStack, TwoCentralsOfOneTransportShareTheLinkAndTheNotifySession) {
+    TransportWorld world({}, kSelfStartingMonitorLab);
+    auto first = world.connectAndDiscover(BLEUUID("FFF0"), kSelfStartingName);
+    ASSERT_TRUE(first);
+    first->setNotifyValue(true, world.characteristic(first, BLEUUID("FFF4")));
+    ASSERT_TRUE(waitUntil([&] { return world.recorder->count("descriptor FFF4") == 1; }));
+
+    // A second manager of the application, on the same transport, meets the same monitor: bluetoothd has
+    // one link and one notify session for both.
+    auto recorder = std::make_shared<test::TransportRecorder>();
+    auto central = world.transport->makeCentral(recorder, world.executor->makeQueue("second.cb"), {});
+    ASSERT_TRUE(waitUntil([&] { return recorder->countStartingWith("state") > 0; }));
+    // A connected monitor no longer advertises: the second finds it among the connected ones.
+    const auto connected = central->retrieveConnectedPeripheralsWithServices({BLEUUID("FFF0")});
+    ASSERT_EQ(connected.size(), 1U);
+    auto second = connected.front();
+    ASSERT_NE(second, first);
+    second->setDelegate(recorder);
+    central->connectPeripheral(second, {});
+    ASSERT_TRUE(waitUntil([&] { return recorder->count("connect") == 1; }));
+    second->discoverServices(std::nullopt);
+    ASSERT_TRUE(waitUntil([&] { return recorder->count("services") == 1; }));
+    for (const auto& service : second->services()) {
+        if (service->uuid() == BLEUUID("FFF0")) second->discoverCharacteristics({}, service);
+    }
+    ASSERT_TRUE(waitUntil([&] { return recorder->count("characteristics FFF0") == 1; }));
+    second->setNotifyValue(true, world.characteristic(second, BLEUUID("FFF4")));
+    ASSERT_TRUE(waitUntil([&] { return recorder->count("descriptor FFF4") == 1; }));
+
+    const test::BusClient client(world.bus.address());
+    const auto path = client.characteristicPath(kSelfStartingPath, kNotifyUUID);
+    ASSERT_TRUE(path);
+    // The first lets go of both: only it hears of it; the second keeps its link and its notifications.
+    first->setNotifyValue(false, world.characteristic(first, BLEUUID("FFF4")));
+    ASSERT_TRUE(waitUntil([&] { return world.recorder->count("descriptor FFF4") == 2; }));
+    world.central->cancelPeripheralConnection(first);
+    ASSERT_TRUE(waitUntil([&] { return world.recorder->countStartingWith("disconnect") == 1; }));
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    EXPECT_TRUE(client.notifying(*path));
+    EXPECT_TRUE(client.servicesResolved(kSelfStartingPath));
+    EXPECT_EQ(recorder->countStartingWith("disconnect"), 0U);
+    EXPECT_EQ(second->state(), PeripheralState::Connected);
+
+    // The last to let go ends them at bluetoothd.
+    central->cancelPeripheralConnection(second);
+    ASSERT_TRUE(waitUntil([&] { return recorder->countStartingWith("disconnect") == 1; }));
+    EXPECT_TRUE(waitUntil([&] { return !client.notifying(*path); }, seconds(2)));
+    EXPECT_TRUE(waitUntil([&] { return !client.servicesResolved(kSelfStartingPath); }, seconds(2)));
+    central.reset();
 }
 
 TEST(BlueZRealStack, ValuesSentRightAfterReconnectingAreDeliveredInOrderOnceNotificationsAreOn) {

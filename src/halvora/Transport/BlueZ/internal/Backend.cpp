@@ -571,27 +571,43 @@ void Backend::logOnce(const std::string& line) {
 
 // ---------------------------------------------------------------- links the kit asked for
 
-void Backend::noteConnectRequested(const std::string& path, bool requested) {
-    if (requested) {
-        connectRequested_.insert(path);
-    } else {
-        connectRequested_.erase(path);
+void Backend::holdLink(const std::string& path, std::uint64_t holder) {
+    links_.hold(path, holder);
+}
+
+bool Backend::releaseLink(const std::string& path, std::uint64_t holder) {
+    return links_.release(path, holder);
+}
+
+void Backend::holdNotifySession(const std::string& path, std::uint64_t holder) {
+    notifySessions_.hold(path, holder);
+}
+
+bool Backend::notifySessionHeld(const std::string& path) const {
+    return notifySessions_.held(path);
+}
+
+bool Backend::releaseNotifySession(const std::string& path, std::uint64_t holder) {
+    return notifySessions_.release(path, holder);
+}
+
+void Backend::releaseQuietly(const std::vector<std::uint64_t>& holders) {
+    const auto ignore = [](const std::optional<DBusFailure>&) {};
+    for (const auto holder : holders) {
+        for (const auto& path : notifySessions_.releaseAll(holder)) {
+            call(path, kGattCharacteristicInterface, "StopNotify", {}, options_.deviceCallTimeout, ignore);
+        }
+        for (const auto& path : links_.releaseAll(holder)) {
+            call(path, kDeviceInterface, "Disconnect", {}, options_.deviceCallTimeout, ignore);
+        }
     }
 }
 
-void Backend::disconnectQuietly(const std::vector<std::string>& paths) {
-    for (const auto& path : paths) {
-        connectRequested_.erase(path);
-        call(path, kDeviceInterface, "Disconnect", {}, options_.deviceCallTimeout,
-             [](const std::optional<DBusFailure>&) {});
-    }
-}
-
-// The transport goes away: links it asked for are closed (the messages leave when the connection is
+// The transport goes away: links its peripherals hold are closed (the messages leave when the connection is
 // flushed on closing), as links of an application end with it.
 void Backend::sayGoodbye() {
     if (loop_->connection() == nullptr) return;
-    for (const auto& path : connectRequested_) {
+    for (const auto& path : links_.paths()) {
         try {
             auto& proxy = proxyFor(kBlueZService, path);
             auto message = proxy.createMethodCall(kDeviceInterface, "Disconnect");
@@ -601,7 +617,7 @@ void Backend::sayGoodbye() {
             log_->write("BlueZ: could not disconnect " + path + ": " + error.getMessage());
         }
     }
-    connectRequested_.clear();
+    links_.clear();
 }
 
 // ---------------------------------------------------------------- discovery

@@ -20,6 +20,7 @@
 #include "halvora/Transport/BlueZ/internal/BusLoop.hpp"
 #include "halvora/Transport/BlueZ/internal/DBusFailure.hpp"
 #include "halvora/Transport/BlueZ/internal/ObjectMirror.hpp"
+#include "halvora/Transport/BlueZ/internal/SharedHolds.hpp"
 #include "halvora/Transport/TransportTypes.hpp"
 
 namespace sdbus {
@@ -93,11 +94,19 @@ public:
     void updateDiscovery();
     /// The same after a new scan request: a refused start is tried again.
     void requestDiscovery();
-    /// A central asked (or stopped asking) for a link to the device at `path`: such links are closed when
-    /// the transport goes away.
-    void noteConnectRequested(const std::string& path, bool requested);
-    /// Disconnects these devices (a central that made them went away), without telling anyone.
-    void disconnectQuietly(const std::vector<std::string>& paths);
+    /// Links and notify sessions are bluetoothd's, one per device and per characteristic for this whole
+    /// connection, and shared by the peripherals of every central of the transport: each peripheral holds
+    /// what it uses, and what nobody holds any more can end. Held links are closed when the transport goes.
+    void holdLink(const std::string& path, std::uint64_t holder);
+    /// Whether nobody holds the link any more (the caller then disconnects the device).
+    bool releaseLink(const std::string& path, std::uint64_t holder);
+    void holdNotifySession(const std::string& path, std::uint64_t holder);
+    bool notifySessionHeld(const std::string& path) const;
+    /// Whether nobody holds the session any more (the caller then stops it).
+    bool releaseNotifySession(const std::string& path, std::uint64_t holder);
+    /// A central went away: what its peripherals held is released, and the sessions and links nobody else
+    /// uses end (StopNotify, Disconnect), without telling anyone.
+    void releaseQuietly(const std::vector<std::uint64_t>& holders);
 
 private:
     enum class Availability { Unknown, NoBus, NoBluez, NoAdapter, Ready };
@@ -174,7 +183,8 @@ private:
     bool discoveryRefused_ = false;
     std::uint64_t discoveryGeneration_ = 0;  // counts starts, so that an old restart timer does nothing
     std::set<std::string> loggedOnce_;
-    std::set<std::string> connectRequested_;
+    SharedHolds links_;
+    SharedHolds notifySessions_;
     std::atomic<bool> stopping_{false};
 
     // Read by other threads.

@@ -34,14 +34,12 @@ BlueZCentral::BlueZCentral(std::shared_ptr<Backend> backend, std::weak_ptr<Centr
 
 // The links this central made end with it, unless the system keeps them for a relaunch (restore identifier).
 BlueZCentral::~BlueZCentral() {
-    std::vector<std::string> linked;
+    std::vector<std::uint64_t> holders;
     if (!restoreIdentifier_) {
-        for (const auto& [identifier, peripheral] : peripherals_) {
-            if (peripheral->state() != PeripheralState::Disconnected) linked.push_back(peripheral->path());
-        }
+        for (const auto& [identifier, peripheral] : peripherals_) holders.push_back(peripheral->holder());
     }
-    onBus([linked](Backend& backend) {
-        backend.disconnectQuietly(linked);
+    onBus([holders](Backend& backend) {
+        backend.releaseQuietly(holders);
         backend.updateDiscovery();
     });
 }

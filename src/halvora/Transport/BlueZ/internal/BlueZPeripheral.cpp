@@ -12,6 +12,11 @@ namespace halvora::bluez {
 
 namespace {
 
+std::uint64_t nextHolder() {
+    static std::atomic<std::uint64_t> next{1};
+    return next.fetch_add(1);
+}
+
 using Kind = CharacteristicChannel::Request::Kind;
 
 constexpr const char* kWriteTypeRequest = "request";
@@ -53,7 +58,8 @@ BlueZPeripheral::BlueZPeripheral(std::weak_ptr<BlueZCentral> central, std::weak_
       bus_(bus),
       identifier_(std::move(identifier)),
       path_(std::move(path)),
-      name_(std::move(name)) {}
+      name_(std::move(name)),
+      holder_(nextHolder()) {}
 
 std::optional<std::string> BlueZPeripheral::name() const {
     std::lock_guard lock(mutex_);
@@ -149,6 +155,7 @@ void BlueZPeripheral::requestConnect() {
     connectAnswered_ = false;
     forgetEarlyValues();
     setState(PeripheralState::Connecting);
+    bus_->holdLink(path_, holder_);
     const auto* device = bus_->mirror().device(path_);
     if (device == nullptr) {
         // bluetoothd drops a device's object 30 s after its last advertisement: discover until it is back.
@@ -162,7 +169,6 @@ void BlueZPeripheral::requestConnect() {
 }
 
 void BlueZPeripheral::sendConnect(std::uint64_t attempt) {
-    bus_->noteConnectRequested(path_, true);
     std::weak_ptr<BlueZPeripheral> weak = self();
     bus_->call(path_, kDeviceInterface, "Connect", {}, bus_->options().deviceCallTimeout,
                [weak, attempt](const std::optional<DBusFailure>& failure) {
@@ -228,15 +234,16 @@ void BlueZPeripheral::servicesWaitEnded(std::uint64_t attempt) {
     if (!bus_->mirror().servicesOf(path_).empty()) return becomeConnected();
     ++attempt_;
     bus_->log().write("BlueZ: GATT discovery of " + path_ + " failed: services resolved, but none announced");
+    const bool unused = bus_->releaseLink(path_, holder_);
     failAttempt(BLEError{BLEErrorConnectionFailed, "GATT discovery failed: the device's services are unknown."});
-    disconnectDevice({});
+    if (unused) disconnectDevice({});
 }
 
 void BlueZPeripheral::failAttempt(BLEError error) {
     awaitingDevice_ = false;
     forgetEarlyValues();
     setState(PeripheralState::Disconnected);
-    bus_->noteConnectRequested(path_, false);
+    bus_->releaseLink(path_, holder_);
     postCentralEvent([error = std::move(error)](BlueZCentral& central, CentralDelegate& delegate, const auto& self) {
         delegate.centralManagerDidFailToConnectPeripheral(central, self, error);
     });
@@ -286,7 +293,7 @@ void BlueZPeripheral::linkDown(OptionalError error) {
     forgetGatt();
     forgetEarlyValues();
     setState(PeripheralState::Disconnected);
-    bus_->noteConnectRequested(path_, false);
+    bus_->releaseLink(path_, holder_);
     postCentralEvent([error = std::move(error)](BlueZCentral& central, CentralDelegate& delegate, const auto& self) {
         delegate.centralManagerDidDisconnectPeripheral(central, self, error);
     });
@@ -295,6 +302,8 @@ void BlueZPeripheral::linkDown(OptionalError error) {
 void BlueZPeripheral::requestCancel() {
     switch (state()) {
         case PeripheralState::Connected: {
+            // Another central of this transport still uses the link: it stays, this peripheral lets go.
+            if (!bus_->releaseLink(path_, holder_)) return linkDown(std::nullopt);
             setState(PeripheralState::Disconnecting);
             const std::uint64_t generation = generation_;
             disconnectDevice([generation](BlueZPeripheral& self) {
@@ -309,13 +318,13 @@ void BlueZPeripheral::requestCancel() {
             const bool awaiting = awaitingDevice_.exchange(false);
             forgetEarlyValues();
             setState(PeripheralState::Disconnected);
-            bus_->noteConnectRequested(path_, false);
+            const bool unused = bus_->releaseLink(path_, holder_);
             postCentralEvent([](BlueZCentral& central, CentralDelegate& delegate, const auto& self) {
                 delegate.centralManagerDidDisconnectPeripheral(central, self, std::nullopt);
             });
             if (awaiting) {
                 bus_->updateDiscovery();  // nothing to disconnect: the object never came back
-            } else {
+            } else if (unused) {
                 disconnectDevice({});
             }
             break;
@@ -346,7 +355,7 @@ void BlueZPeripheral::powerOff() {
     forgetGatt();
     forgetEarlyValues();
     setState(PeripheralState::Disconnected);
-    bus_->noteConnectRequested(path_, false);
+    bus_->releaseLink(path_, holder_);
 }
 
 // Services and characteristics found over a link are not valid over the next one; requests still waiting
@@ -368,6 +377,7 @@ void BlueZPeripheral::closeNotifySessions() {
     Backend* backend = bus_;
     for (const auto& [path, channel] : channels_) {
         if (!channel->isNotifying() && !channel->isNotifyRequested()) continue;
+        if (!bus_->releaseNotifySession(path, holder_)) continue;  // another central still listens
         bus_->call(path, kGattCharacteristicInterface, "StopNotify", {}, bus_->options().deviceCallTimeout,
                    [backend, path = path](const std::optional<DBusFailure>& failure) {
                        // "No notify session started" (Failed) means it already ended; anything else is news.
@@ -563,6 +573,14 @@ void BlueZPeripheral::send(CharacteristicChannel& channel, const CharacteristicC
                 channel.finish();
                 return answerRequest(channel.characteristic(), kind, std::nullopt);
             }
+            if (bus_->notifySessionHeld(path)) {
+                // Another central of this transport listens already: the session is this one's too.
+                bus_->holdNotifySession(path, holder_);
+                channel.setNotifying(true);
+                channel.finish();
+                answerRequest(channel.characteristic(), kind, std::nullopt);
+                return deliverEarlyValues(path);
+            }
             channel.setNotifyRequested(true);
             bus_->call(path, kGattCharacteristicInterface, "StartNotify", {}, timeout, handler);
             break;
@@ -573,6 +591,13 @@ void BlueZPeripheral::send(CharacteristicChannel& channel, const CharacteristicC
                 return answerRequest(channel.characteristic(), kind, std::nullopt);
             }
             channel.setNotifyRequested(false);
+            if (!bus_->releaseNotifySession(path, holder_)) {
+                // Another central still listens: the session stays on, this one stops hearing it.
+                earlyValues_.erase(path);
+                channel.setNotifying(false);
+                channel.finish();
+                return answerRequest(channel.characteristic(), kind, std::nullopt);
+            }
             bus_->call(path, kGattCharacteristicInterface, "StopNotify", {}, timeout, handler);
             break;
     }
@@ -606,6 +631,7 @@ void BlueZPeripheral::answered(const std::string& path, std::uint64_t generation
             break;
         }
         case Kind::NotifyOn:
+            if (!error) bus_->holdNotifySession(path, holder_);
             channel.setNotifying(!error);
             channel.setNotifyRequested(false);
             answerRequest(characteristic, kind, error);

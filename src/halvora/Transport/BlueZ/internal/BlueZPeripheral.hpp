@@ -51,6 +51,10 @@ class BlueZCentral;
 ///   and delivered in order right after that switch's descriptor event. Reads are ReadValue; writes are
 ///   WriteValue with their type always named ("request" or "command"). Requests to one characteristic
 ///   are sent one at a time (CharacteristicChannel).
+/// - bluetoothd keeps one link per device and one notify session per characteristic for the whole D-Bus
+///   connection, so the peripherals of several centrals of one transport share them: a cancel closes the
+///   link, and switching notifications off (or a link's end) stops the session, only when no peripheral of
+///   another central still holds it; until then this one alone reports the disconnection or the switch.
 /// Requests made while there is no link, or to an attribute that is not from the current link, are
 /// answered by their event carrying a BLEError (a write without response is dropped and logged). Every
 /// call that waits for the device has the backend's deadline. All members are safe from any thread;
@@ -88,6 +92,8 @@ public:
     void readValue(const std::shared_ptr<Characteristic>& characteristic) override;
 
     const std::string& path() const { return path_; }
+    /// What this peripheral holds links and notify sessions as, at the backend.
+    std::uint64_t holder() const { return holder_; }
     /// Connecting while bluetoothd holds no object for the device (discovery runs for it).
     bool isAwaitingDevice() const { return awaitingDevice_.load(); }
 
@@ -165,6 +171,7 @@ private:
     std::vector<std::shared_ptr<Service>> services_;
 
     // Bus thread only.
+    const std::uint64_t holder_;
     std::uint64_t attempt_ = 0;
     std::uint64_t generation_ = 0;
     bool connectAnswered_ = false;
