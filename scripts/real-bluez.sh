@@ -22,7 +22,9 @@
 # Environment: HALVORA_REAL_BLUEZ_CACHE, the folder for the downloaded packages and the built kernel and
 # initramfs (default: build/real-bluez in the repository); HALVORA_REAL_BLUEZ_MEMORY (default 1G);
 # HALVORA_REAL_BLUEZ_TIMEOUT, seconds the whole run may take (default: no limit beyond the boot's);
-# HALVORA_REAL_BLUEZ_LOGLEVEL, the kernel's console log level (default 4; 7 for every boot message).
+# HALVORA_REAL_BLUEZ_LOGLEVEL, the kernel's console log level (default 4; 7 for every boot message);
+# HALVORA_REAL_BLUEZ_GATT_CHANNELS, bluetoothd's [GATT] Channels (default 1; more lets the two bluetoothd
+# instances use EATT, which shows notifications arriving out of order).
 # The first run downloads Debian's packages with apt-get (about 75 MB); later runs need no network.
 set -euo pipefail
 
@@ -214,6 +216,7 @@ excluded_variable() {
 write_job() {
   local job="$1" name
   pwd >"$job/directory"
+  echo "${HALVORA_REAL_BLUEZ_GATT_CHANNELS:-1}" >"$job/gatt-channels"
   printf '%q ' "${command_args[@]}" >"$job/command"
   : >"$job/environment"
   for name in $(compgen -e); do

@@ -81,7 +81,13 @@ all_adapters_powered() {
 }
 
 start_bluetoothd() {
-  /usr/libexec/bluetooth/bluetoothd -n -f "$here/main.conf" &
+  local config="$here/main.conf" channels
+  channels="$(cat "$job/gatt-channels" 2>/dev/null || echo 1)"
+  if [ "$channels" != 1 ]; then
+    config=/tmp/main.conf
+    sed "s/^Channels = .*/Channels = $channels/" "$here/main.conf" >"$config"
+  fi
+  /usr/libexec/bluetooth/bluetoothd -n -f "$config" &
   wait_for "bluetoothd's adapters to be powered" all_adapters_powered
 }
 
