@@ -135,6 +135,44 @@ TEST(BlueZRealStack, TwoCentralsOfOneTransportShareTheLinkAndTheNotifySession) {
     central.reset();
 }
 
+// ---------------------------------------------------------------- a bonded device's identity address
+
+TEST(BlueZRealStack, ADeviceThatTakesItsIdentityAddressIsKnownByItFromThenOn) {
+    TransportWorld world({});
+    auto peripheral = discover(world);
+    ASSERT_TRUE(peripheral);
+    const std::string first = peripheral->identifier();
+    peripheral.reset();
+    world.recorder->clear();
+
+    // Pairing taught bluetoothd the monitor's identity address; the object keeps its path.
+    const test::BusClient client(world.bus.address());
+    client.setIdentityAddress(kMonitorAddress, "00:1B:DC:0F:00:A1");
+    // Found by the identifier it had, the monitor now answers to one made from its identity address...
+    std::shared_ptr<Peripheral> found;
+    ASSERT_TRUE(waitUntil([&] {
+        const auto retrieved = world.central->retrievePeripheralsWithIdentifiers({first});
+        found = retrieved.empty() ? nullptr : retrieved.front();
+        return found && found->identifier() != first;
+    }, seconds(3)));
+    const std::string identity = found->identifier();
+    EXPECT_EQ(world.central->retrievePeripheralsWithIdentifiers({identity}).size(), 1U);
+    found.reset();
+
+    // ... the one an application launched later meets it by, and remembers.
+    auto later = BlueZTransport::create(test::testOptions(world.bus), world.executor, world.log);
+    auto recorder = std::make_shared<test::TransportRecorder>();
+    auto central = later->makeCentral(recorder, world.executor->makeQueue("later.cb"), {});
+    ASSERT_TRUE(waitUntil([&] { return recorder->countStartingWith("state") > 0; }));
+    central->scanForPeripheralsWithServices({}, ScanOptions{true});
+    ASSERT_TRUE(waitUntil([&] { return recorder->discovered(test::kMonitorName) != nullptr; }));
+    central->stopScan();
+    EXPECT_EQ(recorder->discovered(test::kMonitorName)->identifier(), identity);
+    recorder->clear();
+    central.reset();
+    later.reset();
+}
+
 TEST(BlueZRealStack, ValuesSentRightAfterReconnectingAreDeliveredInOrderOnceNotificationsAreOn) {
     // ServicesResolved comes long after the link is up, as with a slow GATT discovery.
     TransportWorld world({"--resolve-delay-ms", "800"}, kSelfStartingMonitorLab);

@@ -35,6 +35,12 @@ void BusClient::setOnAir(const std::string& address, bool on) const {
     proxy->callMethod("SetOnAir").onInterface(kControlInterface).withArguments(address, on);
 }
 
+void BusClient::setIdentityAddress(const std::string& address, const std::string& identity) const {
+    auto connection = sdbus::createSessionBusConnectionWithAddress(address_);
+    auto proxy = sdbus::createProxy(*connection, "org.bluez", kControlPath);
+    proxy->callMethod("SetIdentityAddress").onInterface(kControlInterface).withArguments(address, identity);
+}
+
 bool BusClient::discovering() const {
     return property<bool>(address_, kAdapterPath, kAdapterInterface, "Discovering");
 }

@@ -31,6 +31,9 @@ public:
     /// Takes the device with this address off the air (it stops advertising and cannot be connected) or
     /// brings it back (the double's control interface).
     void setOnAir(const std::string& address, bool on) const;
+    /// Gives the device with this address its identity address, as pairing does (the double's control
+    /// interface): Address changes, the object path stays.
+    void setIdentityAddress(const std::string& address, const std::string& identity) const;
     /// Adapter1.Discovering.
     bool discovering() const;
     /// Whether bluetoothd holds a Device1 object at `path`.

@@ -366,6 +366,13 @@ void BlueZDouble::publishControl(sdbus::IConnection& connection) {
                 if (upper(virtualDevice->identifier()) == upper(device->labIdentifier())) virtualDevice->setPresent(on);
             }
         });
+    control_->registerMethod("SetIdentityAddress")
+        .onInterface(kControlInterface)
+        .implementedAs([this](const std::string& address, const std::string& identity) {
+            auto* device = deviceWithAddress(address);
+            if (device == nullptr) throw bluezError("org.bluez.Error.DoesNotExist", "No such device");
+            device->setIdentityAddress(upper(identity));
+        });
     control_->registerMethod("DeviceAddresses").onInterface(kControlInterface).implementedAs([this] {
         std::map<std::string, std::string> addresses;
         for (const auto& device : devices_) addresses[device->labIdentifier()] = device->address();

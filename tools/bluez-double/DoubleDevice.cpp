@@ -450,6 +450,15 @@ void DoubleDevice::withdrawQuietly() {
     pendingDisconnects_.clear();
 }
 
+void DoubleDevice::setIdentityAddress(const std::string& address) {
+    address_ = address;
+    owner_.log("device at " + path_ + " is now " + address_);
+    if (object_) {
+        emitPropertiesChanged(*object_, kDeviceInterface,
+                              {{"Address", sdbus::Variant(address_)}, {"AddressType", sdbus::Variant(std::string("public"))}});
+    }
+}
+
 void DoubleDevice::emitGarbage() {
     if (!object_) return;
     emitPropertiesChanged(*object_, kDeviceInterface,

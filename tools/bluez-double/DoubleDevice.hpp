@@ -46,6 +46,9 @@ public:
 
     const std::string& labIdentifier() const { return labIdentifier_; }
     const std::string& address() const { return address_; }
+    /// Pairing taught bluetoothd the device's identity address: Address changes, the object path stays
+    /// (until bluetoothd restarts and loads the bonded device under its identity).
+    void setIdentityAddress(const std::string& address);
     const std::string& path() const { return path_; }
     BlueZDouble& owner() { return owner_; }
     bool isPublished() const { return object_ != nullptr; }
@@ -97,7 +100,7 @@ private:
 
     BlueZDouble& owner_;
     const std::string labIdentifier_;
-    const std::string address_;
+    std::string address_;  // the path keeps the first one
     const std::string path_;
     std::shared_ptr<Peripheral> labPeripheral_;
     std::unique_ptr<sdbus::IObject> object_;

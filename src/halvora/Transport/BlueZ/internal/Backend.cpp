@@ -393,6 +393,10 @@ void Backend::onPropertiesChanged(const std::string& path, const std::string& in
 void Backend::deviceChanged(const std::string& path, const ObjectMirror::DeviceChange& change) {
     const auto* device = mirror_.device(path);
     if (device == nullptr) return;
+    if (change.readdressed) {
+        // A bonded device is known by its identity address from now on, and after bluetoothd restarts.
+        log_->write("BlueZ: " + path + " is now " + device->address + ", identifier " + identifierOf(*device));
+    }
     const bool heard = (change.added || change.advertised) && device->rssi.has_value();
     for (const auto& central : liveCentrals()) {
         if (change.advertised || change.added) central->deviceNamed(*device);
@@ -531,6 +535,10 @@ void Backend::refreshDirectoryEntry(const std::string& devicePath) {
     }
     DeviceEntry entry{identifierOf(*device), devicePath, device->name, device->connected, device->uuids};
     for (const auto& service : mirror_.servicesOf(devicePath)) entry.services.push_back(service.uuid);
+    // An identifier the device had before its address changed still finds it, under its new identifier.
+    for (auto& [identifier, known] : directory_) {
+        if (known.path == devicePath) known = entry;
+    }
     directory_[entry.identifier] = std::move(entry);
 }
 

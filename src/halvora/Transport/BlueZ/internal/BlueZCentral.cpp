@@ -253,6 +253,14 @@ std::shared_ptr<BlueZPeripheral> BlueZCentral::peripheralFor(const std::string& 
     std::lock_guard lock(mutex_);
     auto it = peripherals_.find(identifier);
     if (it != peripherals_.end()) return it->second;
+    // The device's address changed (its identity after pairing): a peripheral in use keeps the identifier
+    // it was met with; an unused one is made again under the new identifier.
+    for (auto known = peripherals_.begin(); known != peripherals_.end(); ++known) {
+        if (known->second->path() != path) continue;
+        if (!isUnused(known->second)) return known->second;
+        peripherals_.erase(known);
+        break;
+    }
     if (peripherals_.size() >= options_.maxDevices) evictUnused();
     if (peripherals_.size() >= options_.maxDevices) return nullptr;
     auto peripheral = std::make_shared<BlueZPeripheral>(weak_from_this(), backend_, bus_, identifier, path, name);
@@ -263,9 +271,13 @@ std::shared_ptr<BlueZPeripheral> BlueZCentral::peripheralFor(const std::string& 
 // Caller holds the lock. Peripherals nobody else holds and that have no link can be made again later.
 void BlueZCentral::evictUnused() {
     for (auto it = peripherals_.begin(); it != peripherals_.end();) {
-        const bool unused = it->second.use_count() == 1 && it->second->state() == PeripheralState::Disconnected;
-        it = unused ? peripherals_.erase(it) : std::next(it);
+        it = isUnused(it->second) ? peripherals_.erase(it) : std::next(it);
     }
+}
+
+// Caller holds the lock: only this central holds it, and it has no link.
+bool BlueZCentral::isUnused(const std::shared_ptr<BlueZPeripheral>& peripheral) {
+    return peripheral.use_count() == 1 && peripheral->state() == PeripheralState::Disconnected;
 }
 
 std::shared_ptr<BlueZPeripheral> BlueZCentral::peripheralAt(const std::string& path) const {

@@ -82,6 +82,7 @@ private:
     std::shared_ptr<BlueZPeripheral> peripheralAt(const std::string& path) const;
     std::shared_ptr<BlueZPeripheral> own(const std::shared_ptr<Peripheral>& peripheral) const;
     std::vector<std::shared_ptr<BlueZPeripheral>> peripheralList() const;
+    static bool isUnused(const std::shared_ptr<BlueZPeripheral>& peripheral);
     void evictUnused();
     bool scanAccepts(const std::string& identifier, const std::vector<BLEUUID>& uuids, std::uint64_t& scan);
     bool isCurrentScan(std::uint64_t scan) const;

@@ -193,6 +193,12 @@ std::optional<ObjectMirror::DeviceChange> ObjectMirror::applyDevice(const std::s
         change.added = true;
     }
     Device& device = it->second;
+    if (!change.added) {
+        if (auto address = reader.text("Address"); address && isAddress(*address) && upper(*address) != device.address) {
+            device.address = upper(*address);
+            change.readdressed = true;
+        }
+    }
     if (auto name = reader.text("Name")) {
         device.name = *name;
         change.advertised = true;

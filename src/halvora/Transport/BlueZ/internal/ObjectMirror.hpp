@@ -59,6 +59,8 @@ public:
         bool advertised = false;
         /// Connected or ServicesResolved changed.
         bool link = false;
+        /// Address changed (pairing taught bluetoothd the device's identity address; the path stays).
+        bool readdressed = false;
     };
     struct Limits {
         std::size_t maxDevices = 512;
