@@ -26,9 +26,20 @@ done
 
 work="$(mktemp -d)"
 bridge_pid=""
+# A new bridge registers its GATT application anew, and bluetoothd may give it other handles than the last
+# one had (when the old application is not gone yet). The central side would then keep the database it
+# cached for the device (its hash is recomputed late) and miss the new bridge's notifications: it is told to
+# forget the device, as it would a device it never met.
+forget_bridged_devices() {
+  local path
+  for path in $(busctl --system tree --list org.bluez 2>/dev/null | grep -E '^/org/bluez/hci0/dev_[0-9A-F_]+$'); do
+    busctl --system call org.bluez /org/bluez/hci0 org.bluez.Adapter1 RemoveDevice o "$path" 2>/dev/null || true
+  done
+}
 stop_bridge() {
   if [ -n "$bridge_pid" ]; then kill "$bridge_pid" 2>/dev/null || true; wait "$bridge_pid" 2>/dev/null || true; fi
   bridge_pid=""
+  forget_bridged_devices
 }
 trap 'stop_bridge; rm -rf "$work"' EXIT
 

@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "NotificationCounter.hpp"
+#include "halvora/Core/Log.hpp"
 #include "halvora/Runtime/ThreadedExecutor.hpp"
 #include "halvora/Transport/BlueZ/BlueZTransport.hpp"
 
@@ -69,18 +70,23 @@ int main(int argc, char** argv) {
     double timeout = 60;
     std::string adapter = "hci0";
     bool json = false;
+    bool verbose = false;
     CLI::App app{"The kit's side of the real-bluez notification bench"};
     app.add_option("--name", name, "the bridged device's advertised name")->required();
     app.add_option("--count", count, "frames the bridge sends (its --burst)");
     app.add_option("--timeout", timeout, "seconds to wait for them");
     app.add_option("--adapter", adapter, "adapter (default hci0)");
     app.add_flag("--json", json, "one JSON object");
+    app.add_flag("--verbose", verbose, "the transport's log lines on standard error");
     CLI11_PARSE(app, argc, argv);
 
     auto executor = ThreadedExecutor::create();
     BlueZOptions options;
     options.adapter = adapter;
-    auto transport = BlueZTransport::create(options, executor);
+    auto log = std::make_shared<Log>([verbose](const std::string& line) {
+        if (verbose) std::fprintf(stderr, "%s\n", line.c_str());
+    });
+    auto transport = BlueZTransport::create(options, executor, log);
     auto counter = std::make_shared<realbluez::NotificationCounter>(name, count);
     auto central = transport->makeCentral(counter, executor->makeQueue("real-bluez-bench"), {});
     const auto frames = counter->wait(timeout);
