@@ -148,16 +148,16 @@ TEST(BlueZRealStack, ADeviceThatTakesItsIdentityAddressIsKnownByItFromThenOn) {
     // Pairing taught bluetoothd the monitor's identity address; the object keeps its path.
     const test::BusClient client(world.bus.address());
     client.setIdentityAddress(kMonitorAddress, "00:1B:DC:0F:00:A1");
-    // Found by the identifier it had, the monitor now answers to one made from its identity address...
-    std::shared_ptr<Peripheral> found;
+    // Found by the identifier it had, the monitor now answers to one made from its identity address (a
+    // peripheral somebody holds keeps its identifier: each look lets go of what it found)...
+    std::string identity;
     ASSERT_TRUE(waitUntil([&] {
         const auto retrieved = world.central->retrievePeripheralsWithIdentifiers({first});
-        found = retrieved.empty() ? nullptr : retrieved.front();
-        return found && found->identifier() != first;
-    }, seconds(3)));
-    const std::string identity = found->identifier();
+        if (retrieved.empty() || retrieved.front()->identifier() == first) return false;
+        identity = retrieved.front()->identifier();
+        return true;
+    }, seconds(5)));
     EXPECT_EQ(world.central->retrievePeripheralsWithIdentifiers({identity}).size(), 1U);
-    found.reset();
 
     // ... the one an application launched later meets it by, and remembers.
     auto later = BlueZTransport::create(test::testOptions(world.bus), world.executor, world.log);
