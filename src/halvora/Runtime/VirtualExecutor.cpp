@@ -5,24 +5,35 @@
 
 namespace halvora {
 
+namespace {
+
+/// A scheduled task's handle; the task is valid while the handle is.
+class VirtualTimerHandle : public TimerHandle {
+public:
+    explicit VirtualTimerHandle(bool valid = true) : valid_(valid) {}
+    void invalidate() override { valid_.store(false); }
+    bool isValid() const override { return valid_.load(); }
+
+private:
+    std::atomic<bool> valid_;
+};
+
+}  // namespace
+
 struct VirtualExecutor::Entry {
     const SerialQueue* queue = nullptr;
     Task task;
     Duration repeatInterval{};
-    std::shared_ptr<std::atomic<bool>> valid;
+    /// Absent for a task posted with async(): nobody can cancel it.
+    std::shared_ptr<VirtualTimerHandle> handle;
+
+    bool valid() const { return !handle || handle->isValid(); }
+    void spend() const {
+        if (handle) handle->invalidate();
+    }
 };
 
 namespace {
-
-class VirtualTimerHandle : public TimerHandle {
-public:
-    explicit VirtualTimerHandle(std::shared_ptr<std::atomic<bool>> valid) : valid_(std::move(valid)) {}
-    void invalidate() override { valid_->store(false); }
-    bool isValid() const override { return valid_->load(); }
-
-private:
-    std::shared_ptr<std::atomic<bool>> valid_;
-};
 
 class VirtualQueue : public SerialQueue {
 public:
@@ -31,16 +42,16 @@ public:
 
     const std::string& label() const override { return label_; }
 
-    void async(Task task) override { post(Duration::zero(), std::move(task), Duration::zero()); }
+    void async(Task task) override { post(Duration::zero(), std::move(task), Duration::zero(), false); }
 
     std::shared_ptr<TimerHandle> asyncAfter(Duration delay, Task task) override {
-        return post(delay, std::move(task), Duration::zero());
+        return post(delay, std::move(task), Duration::zero(), true);
     }
 
     std::shared_ptr<TimerHandle> scheduleRepeating(Duration interval, Task task) override {
         // A zero interval would never let the clock move; one millisecond is the shortest period.
         const Duration period = interval > Duration::zero() ? interval : std::chrono::milliseconds(1);
-        return post(period, std::move(task), period);
+        return post(period, std::move(task), period, true);
     }
 
     bool isCurrent() const override {
@@ -49,9 +60,9 @@ public:
     }
 
 private:
-    std::shared_ptr<TimerHandle> post(Duration delay, Task task, Duration repeat) {
-        if (auto executor = executor_.lock()) return executor->post(this, delay, std::move(task), repeat);
-        return std::make_shared<VirtualTimerHandle>(std::make_shared<std::atomic<bool>>(false));
+    std::shared_ptr<TimerHandle> post(Duration delay, Task task, Duration repeat, bool wantHandle) {
+        if (auto executor = executor_.lock()) return executor->post(this, delay, std::move(task), repeat, wantHandle);
+        return wantHandle ? std::make_shared<VirtualTimerHandle>(false) : nullptr;
     }
 
     std::weak_ptr<VirtualExecutor> executor_;
@@ -104,7 +115,7 @@ std::size_t VirtualExecutor::pendingCount() const {
     std::lock_guard lock(mutex_);
     std::size_t count = 0;
     for (const auto& [key, entry] : pending_) {
-        if (entry->valid->load()) ++count;
+        if (entry->valid()) ++count;
     }
     return count;
 }
@@ -117,20 +128,20 @@ std::size_t VirtualExecutor::dropPending() {
     }
     std::size_t count = 0;
     for (const auto& [key, entry] : dropped) {
-        if (entry->valid->load()) ++count;
-        entry->valid->store(false);
+        if (entry->valid()) ++count;
+        entry->spend();
     }
     return count;
 }
 
 std::shared_ptr<TimerHandle> VirtualExecutor::post(const SerialQueue* queue, Duration delay, Task task,
-                                                   Duration repeatInterval) {
+                                                   Duration repeatInterval, bool wantHandle) {
     auto entry = std::make_shared<Entry>();
     entry->queue = queue;
     entry->task = std::move(task);
     entry->repeatInterval = repeatInterval;
-    entry->valid = std::make_shared<std::atomic<bool>>(true);
-    auto handle = std::make_shared<VirtualTimerHandle>(entry->valid);
+    if (wantHandle) entry->handle = std::make_shared<VirtualTimerHandle>();
+    std::shared_ptr<TimerHandle> handle = entry->handle;
     std::lock_guard lock(mutex_);
     const MonotonicTime due = saturatingAdd(now_, delay > Duration::zero() ? delay : Duration::zero());
     pending_.emplace(Key{due, nextSequence_++}, std::move(entry));
@@ -151,7 +162,7 @@ bool VirtualExecutor::runNextDueBy(MonotonicTime limit) {
     std::thread::id previousThread{};
     {
         std::lock_guard lock(mutex_);
-        while (!pending_.empty() && !pending_.begin()->second->valid->load()) {
+        while (!pending_.empty() && !pending_.begin()->second->valid()) {
             cancelled.push_back(std::move(pending_.begin()->second));
             pending_.erase(pending_.begin());
         }
@@ -172,8 +183,8 @@ bool VirtualExecutor::runNextDueBy(MonotonicTime limit) {
     running_ = previousRunning;
     runningThread_ = previousThread;
     if (entry->repeatInterval <= Duration::zero()) {
-        entry->valid->store(false);  // a delayed call that has run is spent
-    } else if (entry->valid->load()) {
+        entry->spend();  // a delayed call that has run is spent
+    } else if (entry->valid()) {
         pending_.emplace(Key{saturatingAdd(due, entry->repeatInterval), nextSequence_++}, entry);
     }
     return true;

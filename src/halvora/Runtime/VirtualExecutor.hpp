@@ -50,7 +50,9 @@ public:
     struct Entry;
     /// Schedules `task` for `queue`, due `delay` from now (a negative delay counts as zero); with a positive
     /// `repeatInterval` it comes back every interval until invalidated. For the executor's own queues.
-    std::shared_ptr<TimerHandle> post(const SerialQueue* queue, Duration delay, Task task, Duration repeatInterval);
+    /// Schedules `task`; the handle that cancels it, made only when `wantHandle` (async() needs none).
+    std::shared_ptr<TimerHandle> post(const SerialQueue* queue, Duration delay, Task task, Duration repeatInterval,
+                                      bool wantHandle);
     /// True when the calling thread is running a task of `queue` now. For the executor's own queues.
     bool isRunning(const SerialQueue* queue) const;
 
