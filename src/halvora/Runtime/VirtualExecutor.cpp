@@ -90,6 +90,8 @@ std::shared_ptr<VirtualExecutor> VirtualExecutor::create(Date startDate) {
 
 VirtualExecutor::VirtualExecutor(Date startDate) : startDate_(startDate) {}
 
+VirtualExecutor::~VirtualExecutor() = default;
+
 std::shared_ptr<SerialQueue> VirtualExecutor::makeQueue(const std::string& label) {
     return std::make_shared<VirtualQueue>(weak_from_this(), label);
 }
@@ -115,7 +117,7 @@ std::size_t VirtualExecutor::pendingCount() const {
     std::lock_guard lock(mutex_);
     std::size_t count = 0;
     for (const auto& [key, entry] : pending_) {
-        if (entry->valid()) ++count;
+        if (entry.valid()) ++count;
     }
     return count;
 }
@@ -128,23 +130,18 @@ std::size_t VirtualExecutor::dropPending() {
     }
     std::size_t count = 0;
     for (const auto& [key, entry] : dropped) {
-        if (entry->valid()) ++count;
-        entry->spend();
+        if (entry.valid()) ++count;
+        entry.spend();
     }
     return count;
 }
 
 std::shared_ptr<TimerHandle> VirtualExecutor::post(const SerialQueue* queue, Duration delay, Task task,
                                                    Duration repeatInterval, bool wantHandle) {
-    auto entry = std::make_shared<Entry>();
-    entry->queue = queue;
-    entry->task = std::move(task);
-    entry->repeatInterval = repeatInterval;
-    if (wantHandle) entry->handle = std::make_shared<VirtualTimerHandle>();
-    std::shared_ptr<TimerHandle> handle = entry->handle;
+    std::shared_ptr<VirtualTimerHandle> handle = wantHandle ? std::make_shared<VirtualTimerHandle>() : nullptr;
     std::lock_guard lock(mutex_);
     const MonotonicTime due = saturatingAdd(now_, delay > Duration::zero() ? delay : Duration::zero());
-    pending_.emplace(Key{due, nextSequence_++}, std::move(entry));
+    pending_.emplace(Key{due, nextSequence_++}, Entry{queue, std::move(task), repeatInterval, handle});
     return handle;
 }
 
@@ -155,37 +152,36 @@ bool VirtualExecutor::isRunning(const SerialQueue* queue) const {
 
 bool VirtualExecutor::runNextDueBy(MonotonicTime limit) {
     // Cancelled entries are dropped on the way, outside the lock: what their tasks hold may post on its way out.
-    std::vector<std::shared_ptr<Entry>> cancelled;
-    std::shared_ptr<Entry> entry;
-    MonotonicTime due;
+    std::vector<decltype(pending_)::node_type> cancelled;
+    decltype(pending_)::node_type node;
     const SerialQueue* previousRunning = nullptr;
     std::thread::id previousThread{};
     {
         std::lock_guard lock(mutex_);
-        while (!pending_.empty() && !pending_.begin()->second->valid()) {
-            cancelled.push_back(std::move(pending_.begin()->second));
-            pending_.erase(pending_.begin());
+        while (!pending_.empty() && !pending_.begin()->second.valid()) {
+            cancelled.push_back(pending_.extract(pending_.begin()));
         }
         if (pending_.empty() || std::get<0>(pending_.begin()->first) > limit) return false;
-        due = std::get<0>(pending_.begin()->first);
-        entry = std::move(pending_.begin()->second);
-        pending_.erase(pending_.begin());
+        node = pending_.extract(pending_.begin());
+        const MonotonicTime due = std::get<0>(node.key());
         if (due > now_) now_ = due;
         previousRunning = running_;
         previousThread = runningThread_;
-        running_ = entry->queue;
+        running_ = node.mapped().queue;
         runningThread_ = std::this_thread::get_id();
     }
-    entry->task();
+    node.mapped().task();
     std::lock_guard lock(mutex_);
     // A task may itself drive the executor (runUntilIdle() from inside a task); the outer task is still
     // running when the inner one ends.
     running_ = previousRunning;
     runningThread_ = previousThread;
-    if (entry->repeatInterval <= Duration::zero()) {
-        entry->spend();  // a delayed call that has run is spent
-    } else if (entry->valid()) {
-        pending_.emplace(Key{saturatingAdd(due, entry->repeatInterval), nextSequence_++}, entry);
+    const Entry& entry = node.mapped();
+    if (entry.repeatInterval <= Duration::zero()) {
+        entry.spend();  // a delayed call that has run is spent
+    } else if (entry.valid()) {
+        node.key() = Key{saturatingAdd(std::get<0>(node.key()), entry.repeatInterval), nextSequence_++};
+        pending_.insert(std::move(node));
     }
     return true;
 }

@@ -23,6 +23,7 @@ public:
     static Date defaultStartDate();
     /// A new executor at virtual time zero, whose civil date then is `startDate`; it has its "main" queue.
     static std::shared_ptr<VirtualExecutor> create(Date startDate = defaultStartDate());
+    ~VirtualExecutor() override;
 
     std::shared_ptr<SerialQueue> makeQueue(const std::string& label) override;
     std::shared_ptr<SerialQueue> mainQueue() override;
@@ -49,8 +50,8 @@ public:
     // Used by the executor's queues.
     struct Entry;
     /// Schedules `task` for `queue`, due `delay` from now (a negative delay counts as zero); with a positive
-    /// `repeatInterval` it comes back every interval until invalidated. For the executor's own queues.
-    /// Schedules `task`; the handle that cancels it, made only when `wantHandle` (async() needs none).
+    /// `repeatInterval` it comes back every interval until invalidated. Returns the handle that cancels it,
+    /// made only when `wantHandle` (async() needs none). For the executor's own queues.
     std::shared_ptr<TimerHandle> post(const SerialQueue* queue, Duration delay, Task task, Duration repeatInterval,
                                       bool wantHandle);
     /// True when the calling thread is running a task of `queue` now. For the executor's own queues.
@@ -62,7 +63,8 @@ private:
 
     using Key = std::tuple<MonotonicTime, std::uint64_t>;
     mutable std::mutex mutex_;
-    std::map<Key, std::shared_ptr<Entry>> pending_;
+    /// Entries live in their map nodes: a task that comes back is re-keyed in its own node.
+    std::map<Key, Entry> pending_;
     std::uint64_t nextSequence_ = 0;
     MonotonicTime now_{};
     Date startDate_;
