@@ -40,7 +40,7 @@ struct ConnectedBracelet {
         radio->addPeripheral(bracelet);
         manager = HalvoraSDKManager::create(ManagerEnvironment{
             executor, std::make_shared<lab::LabTransport>(radio), std::make_shared<PreferenceUtils>(preferences),
-            std::make_shared<Log>([](const std::string&) {}), "179"});
+            Log::makeSilent(), "179"});
         manager->setBraceletDelegate(app);
         manager->initCentralManagerWithoutBackgroundMode();
         executor->runUntilIdle();

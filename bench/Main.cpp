@@ -4,7 +4,7 @@
 
 int main(int argc, char** argv) {
     // Benchmarks measure the kit, not the system log.
-    halvora::Log::shared().setSink([](const std::string&) {});
+    halvora::Log::shared().silence();
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
     benchmark::RunSpecifiedBenchmarks();

@@ -35,7 +35,7 @@ struct ConnectedMonitor {
         radio->addPeripheral(monitor);
         manager = HalvoraSDKManager::create(ManagerEnvironment{executor, std::make_shared<lab::LabTransport>(radio),
                                                               std::make_shared<PreferenceUtils>(preferences),
-                                                              std::make_shared<Log>([](const std::string&) {}), "179"});
+                                                              Log::makeSilent(), "179"});
         manager->setDelegate(app);
         manager->initCentralManagerWithoutBackgroundMode();
         executor->runUntilIdle();

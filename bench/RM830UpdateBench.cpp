@@ -67,7 +67,7 @@ UpdateRun updateOnce(const lab::LinkModel& model) {
     const auto preferences = std::filesystem::temp_directory_path() / "halvora-update-bench.prefs";
     auto manager = HalvoraSDKManager::create(ManagerEnvironment{executor, std::make_shared<lab::LabTransport>(radio),
                                                                 std::make_shared<PreferenceUtils>(preferences),
-                                                                std::make_shared<Log>([](const std::string&) {}),
+                                                                Log::makeSilent(),
                                                                 "179"});
     auto clock = std::make_shared<UploadClock>(executor);
     manager->setFirmwareUpdateObserver(clock);

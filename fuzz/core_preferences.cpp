@@ -16,8 +16,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         std::ofstream out(file, std::ios::binary | std::ios::trunc);
         out.write(text.data(), static_cast<std::streamsize>(text.size()));
     }
-    halvora::Log silent([](const std::string&) {});
-    halvora::PreferenceUtils preferences(file, &silent);
+    const auto silent = halvora::Log::makeSilent();
+    halvora::PreferenceUtils preferences(file, silent.get());
     (void)preferences.getCentralUUID();
     (void)preferences.getBraceletUUID();
     (void)preferences.getBraceletId();

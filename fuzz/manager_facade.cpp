@@ -132,7 +132,7 @@ private:
     std::shared_ptr<VirtualExecutor> executor_ = VirtualExecutor::create();
     std::shared_ptr<lab::Radio> radio_ = std::make_shared<lab::Radio>(executor_, 1);
     std::shared_ptr<lab::LabTransport> transport_ = std::make_shared<lab::LabTransport>(radio_);
-    std::shared_ptr<Log> log_ = std::make_shared<Log>([](const std::string&) {});
+    std::shared_ptr<Log> log_ = Log::makeSilent();
     std::shared_ptr<PreferenceUtils> preferences_;
     std::vector<std::shared_ptr<lab::VirtualPeripheral>> devices_;
     std::shared_ptr<HalvoraSDKManager> manager_;

@@ -558,7 +558,7 @@ private:
 
     const int slowdown_;
     const std::filesystem::path preferencesFile_;
-    std::shared_ptr<Log> log_ = std::make_shared<Log>([](const std::string&) {});
+    std::shared_ptr<Log> log_ = Log::makeSilent();
     std::shared_ptr<KitQueueTap> executor_ = std::make_shared<KitQueueTap>(ThreadedExecutor::create());
     std::shared_ptr<lab::Radio> radio_;
     std::shared_ptr<HalvoraSDKManager> manager_;
@@ -980,7 +980,7 @@ bool underSanitizer() {
 }
 
 int runSoak(long cycles, std::uint64_t seed) {
-    Log::shared().setSink([](const std::string&) {});
+    Log::shared().silence();
     const int slowdown = underSanitizer() ? kSanitizerSlowdown : 1;
     const auto start = Clock::now();
     CycleWorld world(seed, slowdown);

@@ -82,7 +82,7 @@ struct Outcome {
 Outcome soakFamily(const cli::LabClass& labClass, long events, std::uint64_t seed) {
     auto executor = VirtualExecutor::create();
     auto radio = std::make_shared<lab::Radio>(executor, seed);
-    auto log = std::make_shared<Log>([](const std::string&) {});
+    auto log = Log::makeSilent();
     const auto file = std::filesystem::temp_directory_path() /
                       ("halvora-soak-" + std::to_string(::getpid()) + "-" + labClass.className);
     std::filesystem::remove(file);

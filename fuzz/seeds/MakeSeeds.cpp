@@ -142,7 +142,7 @@ struct LabWorld {
     std::shared_ptr<VirtualExecutor> executor = VirtualExecutor::create();
     std::shared_ptr<lab::Radio> radio = std::make_shared<lab::Radio>(executor, 1);
     std::shared_ptr<lab::LabTransport> transport = std::make_shared<lab::LabTransport>(radio);
-    std::shared_ptr<Log> log = std::make_shared<Log>([](const std::string&) {});
+    std::shared_ptr<Log> log = Log::makeSilent();
     std::shared_ptr<PreferenceUtils> preferences;
     std::shared_ptr<HalvoraSDKManager> manager;
     std::shared_ptr<void> sinks;
@@ -694,9 +694,9 @@ NamedSeeds pillReminderScripts() {
 std::vector<std::uint8_t> preferencesFile() {
     const auto file = std::filesystem::path(scratchFolder()) / "seed-preferences";
     std::filesystem::remove(file);
-    Log silent([](const std::string&) {});
+    const auto silent = Log::makeSilent();
     {
-        PreferenceUtils preferences(file, &silent);
+        PreferenceUtils preferences(file, silent.get());
         preferences.setCentralUUID("6F1C2D3E-0000-4000-8000-000000000001");
         preferences.setBraceletUUID("6F1C2D3E-0000-4000-8000-000000000002");
         preferences.setBraceletId(PreferenceUtils::Value(std::int64_t{7}));

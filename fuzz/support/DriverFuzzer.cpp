@@ -28,9 +28,9 @@ constexpr auto kWindDown = std::chrono::seconds(130);
 /// than the script itself. What a driver stores there (the remembered bracelet) does not change how the next
 /// input's driver reads its frames.
 std::shared_ptr<PreferenceUtils> sharedPreferences() {
-    static Log silent([](const std::string&) {});
+    static const auto silent = Log::makeSilent();
     static const auto preferences =
-        std::make_shared<PreferenceUtils>(std::filesystem::path(scratchFolder()) / "preferences", &silent);
+        std::make_shared<PreferenceUtils>(std::filesystem::path(scratchFolder()) / "preferences", silent.get());
     return preferences;
 }
 
@@ -131,7 +131,7 @@ private:
     const std::vector<BLEUUID> order_;
     std::shared_ptr<VirtualExecutor> executor_ = VirtualExecutor::create();
     std::shared_ptr<SerialQueue> callbackQueue_ = executor_->makeQueue("halvora.cb");
-    std::shared_ptr<Log> log_ = std::make_shared<Log>([](const std::string&) {});
+    std::shared_ptr<Log> log_ = Log::makeSilent();
     std::shared_ptr<PreferenceUtils> preferences_;
     std::shared_ptr<HalvoraSDKManager> manager_;
     std::shared_ptr<void> sinks_;

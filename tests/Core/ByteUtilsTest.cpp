@@ -121,7 +121,7 @@ TEST(ByteUtilsHex, ByteArrayToStringDecodesUtf8WithinTheSpanAndLogsIt) {
     EXPECT_EQ(ByteUtils::byteArrayToString(bytes, 100), "Hi\xC3\xA9!");
     EXPECT_EQ(ByteUtils::byteArrayToString(bytes, 3), std::nullopt);  // cuts the two-byte character
     EXPECT_EQ(ByteUtils::byteArrayToString(bytes, -1), "");
-    Log::shared().setSink([](const std::string&) {});
+    Log::shared().silence();
     EXPECT_EQ(lines, (std::vector<std::string>{"Hi\xC3\xA9", "Hi\xC3\xA9!", ""}));
 }
 

@@ -337,7 +337,7 @@ TEST(PillReminderFlow, BoxIsRecognisedByItsLocalNameOnlyWhenConnectingForKind9) 
         EXPECT_NE(std::find(shared.begin(), shared.end(), found), shared.end()) << ::testing::PrintToString(shared);
         w.expectIdle();
     }
-    Log::shared().setSink([](const std::string&) {});
+    Log::shared().silence();
 }
 
 }  // namespace

@@ -27,7 +27,7 @@ struct ThreadedWorld {
     std::shared_ptr<test::RecordingApplication> app = std::make_shared<test::RecordingApplication>(executor);
 
     ThreadedWorld() {
-        auto quiet = std::make_shared<Log>([](const std::string&) {});
+        auto quiet = Log::makeSilent();
         manager = HalvoraSDKManager::create(ManagerEnvironment{
             executor, std::make_shared<lab::LabTransport>(radio),
             std::make_shared<PreferenceUtils>(folder.file("preferences")), quiet, "179"});

@@ -20,7 +20,7 @@ constexpr auto kRealtimePoll = std::chrono::milliseconds(5);
 constexpr double kCentralStartLimit = 5.0;
 
 std::shared_ptr<Log> makeLog(bool verbose) {
-    if (!verbose) return std::make_shared<Log>([](const std::string&) {});
+    if (!verbose) return Log::makeSilent();
     return std::make_shared<Log>([](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); });
 }
 

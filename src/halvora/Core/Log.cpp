@@ -18,17 +18,31 @@ void writeToSyslog(const std::string& line) {
 
 Log::Log(Sink sink) { setSink(std::move(sink)); }
 
+std::shared_ptr<Log> Log::makeSilent() {
+    auto log = std::make_shared<Log>();
+    log->silence();
+    return log;
+}
+
 Log& Log::shared() {
     static Log log;
     return log;
 }
 
+void Log::silence() {
+    std::lock_guard lock(mutex_);
+    sink_ = nullptr;
+    silent_ = true;
+}
+
 void Log::setSink(Sink sink) {
     std::lock_guard lock(mutex_);
     sink_ = sink ? std::make_shared<Sink>(std::move(sink)) : nullptr;
+    silent_ = false;
 }
 
 void Log::write(const std::string& line) const {
+    if (isSilent()) return;
     std::lock_guard lock(mutex_);
     if (sink_) {
         (*sink_)(line);
@@ -38,6 +52,7 @@ void Log::write(const std::string& line) const {
 }
 
 void Log::writef(const char* fmt, ...) const {
+    if (isSilent()) return;
     va_list args;
     va_start(args, fmt);
     std::string line = vformat(fmt, args);

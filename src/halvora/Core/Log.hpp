@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -21,10 +22,18 @@ public:
     /// A log that writes to `sink` (an empty sink means the system log).
     explicit Log(Sink sink);
 
+    /// A log that drops every line; nothing is formatted, so a quiet kit costs no time in its log calls
+    /// (the CLI without --verbose, tests, soak and fuzz runs).
+    static std::shared_ptr<Log> makeSilent();
+    /// True for a log that drops every line: callers may skip building a costly argument.
+    bool isSilent() const { return silent_.load(std::memory_order_relaxed); }
+
     /// The process-wide log that the kit writes to unless a manager's environment names another one.
     static Log& shared();
 
-    /// Replaces the sink; an empty sink restores the system log.
+    /// Makes this log drop every line from now on (see makeSilent).
+    void silence();
+    /// Replaces the sink (a silent log then writes again); an empty sink restores the system log.
     void setSink(Sink sink);
     /// Writes one line.
     void write(const std::string& line) const;
@@ -33,6 +42,7 @@ public:
 
 private:
     mutable std::mutex mutex_;
+    std::atomic<bool> silent_{false};
     std::shared_ptr<Sink> sink_;
 };
 

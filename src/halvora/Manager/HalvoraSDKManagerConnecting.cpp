@@ -155,7 +155,9 @@ std::shared_ptr<BLEDevice> HalvoraSDKManager::connectPeripheralToDevice(const st
 
     // The new driver becomes the peripheral's event receiver even when another driver stays registered.
     auto driver = makeDriver(*driverClass, peripheral);
-    log().writef("HalvoraSDK:  connecting Peripheral: %s", internal::describePeripheral(peripheral).c_str());
+    if (!log().isSilent()) {
+        log().writef("HalvoraSDK:  connecting Peripheral: %s", internal::describePeripheral(peripheral).c_str());
+    }
     auto cm = central();
     if (cm) cm->setDelegate(weak_from_this());
     bool connect = false;

@@ -134,7 +134,9 @@ void HalvoraSDKManager::deviceConnected(const std::shared_ptr<BLEDevice>& device
 }
 
 void HalvoraSDKManager::deviceReady(const std::shared_ptr<BLEDevice>& device) {
-    log().writef("HalvoraSDK:  deviceReady: %s", internal::describePeripheral(device->device()).c_str());
+    if (!log().isSilent()) {
+        log().writef("HalvoraSDK:  deviceReady: %s", internal::describePeripheral(device->device()).c_str());
+    }
     std::weak_ptr<HalvoraSDKManager> weak = weak_from_this();
     mainQueue_->asyncAfter(seconds(kReadyDelay), [weak, device] {
         if (auto self = weak.lock()) self->markReady(device);

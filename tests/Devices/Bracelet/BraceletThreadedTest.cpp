@@ -34,7 +34,7 @@ TEST(BraceletThreaded, DriverOnTheCallbackQueueWhileTheApplicationReadsItsState)
     TempDir folder;
     auto executor = ThreadedExecutor::create();
     auto queue = executor->makeQueue("halvora.cb");
-    auto log = std::make_shared<Log>([](const std::string&) {});
+    auto log = Log::makeSilent();
     auto application = std::make_shared<Application>();
     auto peripheral = std::make_shared<FakePeripheral>("6D1E0F2A-0000-4000-8000-0000000000B3", "RM-610HR");
     peripheral->addService(HalvoraSDKBracelet::rsServiceUUID(),

@@ -25,8 +25,8 @@ struct Case {
 };
 
 Log& silentLog() {
-    static Log log([](const std::string&) {});
-    return log;
+    static const auto log = Log::makeSilent();
+    return *log;
 }
 
 void expectFigures(const Case& c) {

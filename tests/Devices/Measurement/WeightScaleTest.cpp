@@ -39,7 +39,7 @@ struct Scale {
     test::TempDir folder;
     std::shared_ptr<VirtualExecutor> executor = VirtualExecutor::create();
     std::shared_ptr<PreferenceUtils> preferences = std::make_shared<PreferenceUtils>(folder.file("preferences"));
-    std::shared_ptr<Log> log = std::make_shared<Log>([](const std::string&) {});
+    std::shared_ptr<Log> log = Log::makeSilent();
     std::shared_ptr<HalvoraSDKManager> manager = HalvoraSDKManager::create(
         ManagerEnvironment{executor, std::make_shared<UnavailableTransport>(), preferences, log});
     std::shared_ptr<test::RecordingWeightScaleDelegate> app = std::make_shared<test::RecordingWeightScaleDelegate>();
