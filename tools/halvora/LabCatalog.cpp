@@ -43,6 +43,7 @@ lab::VirtualPeripheralConfig LabCatalog::config(const LabDeviceSpec& entry, cons
     config.name = entry.name.value_or(labClass.defaultName);
     config.localName = config.name;
     config.rssi = entry.rssi;
+    if (entry.advertisingInterval) config.advertisingInterval = *entry.advertisingInterval;
     return config;
 }
 

@@ -21,6 +21,8 @@ struct LabDeviceSpec {
     std::string identifier;
     std::optional<std::string> name;  ///< absent: the class's usual name
     int rssi = -60;
+    /// Time between two advertisements; absent: the lab's usual 100 ms.
+    std::optional<Duration> advertisingInterval;
     nlohmann::json script = nlohmann::json::object();
     lab::LabFaults faults;
     /// Where the device was described, for messages ("lab.json: devices[2]").

@@ -108,10 +108,14 @@ constexpr double kMinIntervalMs = 7.5;
 constexpr double kMaxIntervalMs = 4000;
 constexpr int kMaxPacketsPerEvent = 1000;
 constexpr double kMaxLatencyMs = 10000;
+// A device's advertising interval: Bluetooth LE's own range, 20 ms to 10.24 s.
+constexpr double kMinAdvertisingMs = 20;
+constexpr double kMaxAdvertisingMs = 10240;
 
-Duration millisecondsField(const JsonReader& link, const std::string& key, Duration fallback, double low, double high) {
-    const double ms = link.number(key, std::chrono::duration<double, std::milli>(fallback).count());
-    if (ms < low || ms > high) link.fail(key, format("expected milliseconds from %g to %g", low, high));
+Duration millisecondsField(const JsonReader& object, const std::string& key, Duration fallback, double low,
+                           double high) {
+    const double ms = object.number(key, std::chrono::duration<double, std::milli>(fallback).count());
+    if (ms < low || ms > high) object.fail(key, format("expected milliseconds from %g to %g", low, high));
     return std::chrono::duration_cast<Duration>(std::chrono::duration<double, std::milli>(ms));
 }
 
@@ -131,7 +135,8 @@ lab::LinkModel readLinkModel(const JsonReader& link) {
 
 LabDeviceSpec readDevice(const nlohmann::json& json, const std::string& where, std::size_t index) {
     JsonReader device(json, where);
-    device.rejectUnknown({"class", "identifier", "name", "rssi", "script", "faults", "hostile"});
+    device.rejectUnknown(
+        {"class", "identifier", "name", "rssi", "advertisingIntervalMs", "script", "faults", "hostile"});
     LabDeviceSpec entry;
     entry.where = where;
     entry.className = device.text("class", "");
@@ -144,6 +149,10 @@ LabDeviceSpec readDevice(const nlohmann::json& json, const std::string& where, s
     entry.name = device.optionalText("name");
     entry.rssi = device.integer("rssi", -60);
     if (entry.rssi > 20 || entry.rssi < -127) device.fail("rssi", "expected dBm from -127 to 20");
+    if (device.has("advertisingIntervalMs")) {
+        entry.advertisingInterval = millisecondsField(device, "advertisingIntervalMs", Duration::zero(),
+                                                      kMinAdvertisingMs, kMaxAdvertisingMs);
+    }
     entry.script = device.object("script").json();
     entry.faults = readFaults(device.object("faults"));
     entry.faults.hostile = readHostile(device);

@@ -17,9 +17,10 @@ namespace halvora::cli {
 ///   { "seed": 7,
 ///     "link": { "connectionIntervalMs": 30, "packetsPerEvent": 4, "notificationLatencyMs": 0 },
 ///     "devices": [ { "class": "HalvoraSDKHeartDevice", "identifier": "...", "name": "Bluetooth BP",
-///                    "rssi": -55, "script": { ... }, "faults": { ... }, "hostile": { ... } } ] }
+///                    "rssi": -55, "advertisingIntervalMs": 100, "script": { ... }, "faults": { ... },
+///                    "hostile": { ... } } ] }
 /// "class" is the driver class the device plays; "identifier" (a UUID text) and "name" default to fixed
-/// values; "script" holds the class's scripted values; "faults" the lab's faults (failConnect,
+/// values; "advertisingIntervalMs" (20 to 10240, fractions allowed) to the lab's 100 ms; "script" holds the class's scripted values; "faults" the lab's faults (failConnect,
 /// discoveryError, characteristicDiscoveryError, dropNotificationProbability, duplicateNotifications,
 /// splitNotificationsAt, replyDelayMs, disconnectAfterMs, inRange); "hostile" the hostile mode
 /// (lab::HostileMode): "all", or an object of chances from 0 to 1 (random, short, oversized, duplicate,
