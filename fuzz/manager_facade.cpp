@@ -1,7 +1,9 @@
-// The manager with every virtual device of the default lab in range: facade calls interleaved with frames
-// the devices send (any bytes, on any of their characteristics), links dropped, Bluetooth switched off and
-// on, time stepped (up to 65 s a step). Script: an operation byte (modulo 6) and its operands, as for the
-// driver targets.
+// The manager with one to three virtual devices of the default lab in range: facade calls interleaved with
+// frames the devices send (any bytes, on any of their characteristics), links dropped, Bluetooth switched off
+// and on, time stepped (up to 65 s a step). Script: a byte that says how many devices are in range (1 to 3)
+// and one byte for each that picks it among the default lab's devices; then operations, each an operation
+// byte (modulo 6) and its operands, as for the driver targets. The devices advertise once a second, as many
+// health devices do: a scan that runs while time passes is most of this target's cost.
 #include <filesystem>
 
 #include "LabCatalog.hpp"
@@ -20,6 +22,9 @@ namespace halvora::fuzz {
 namespace {
 
 using FacadeCall = std::function<void(HalvoraSDKManager&, FuzzInput&)>;
+
+constexpr std::uint8_t kMaxDevicesInRange = 3;
+constexpr Duration kAdvertisingInterval = std::chrono::seconds(1);
 
 DeviceKind kindFrom(FuzzInput& input) {
     return static_cast<DeviceKind>(static_cast<int>(input.byte() % 13) - 1);  // -1 .. 11: unknown kinds too
@@ -58,13 +63,12 @@ const std::vector<FacadeCall>& facadeCalls() {
 /// The manager and the default lab, on the virtual executor.
 class LabWorld {
 public:
-    LabWorld() {
+    explicit LabWorld(FuzzInput& input) {
         const auto file = std::filesystem::path(scratchFolder()) / "manager-preferences";
         std::error_code ignored;
         std::filesystem::remove(file, ignored);
         preferences_ = std::make_shared<PreferenceUtils>(file, log_.get());
-        auto description = cli::LabDescription::defaultLab();
-        for (auto& entry : description.devices) {
+        for (const auto& entry : devicesInRange(input)) {
             auto device = cli::LabCatalog::find(entry.className)->make(entry);
             radio_->addPeripheral(device);
             devices_.push_back(device);
@@ -115,6 +119,22 @@ public:
     }
 
 private:
+    /// The devices the script puts in range: distinct entries of the default lab.
+    static std::vector<cli::LabDeviceSpec> devicesInRange(FuzzInput& input) {
+        static const auto lab = cli::LabDescription::defaultLab();
+        const std::size_t count = 1 + input.byte() % kMaxDevicesInRange;
+        std::vector<cli::LabDeviceSpec> chosen;
+        std::vector<bool> taken(lab.devices.size(), false);
+        for (std::size_t i = 0; i < count; ++i) {
+            const std::size_t index = input.byte() % lab.devices.size();
+            if (taken[index]) continue;
+            taken[index] = true;
+            chosen.push_back(lab.devices[index]);
+            chosen.back().advertisingInterval = kAdvertisingInterval;
+        }
+        return chosen;
+    }
+
     void sendFrame(FuzzInput& input) {
         const auto& device = devices_[input.byte() % devices_.size()];
         std::vector<BLEUUID> characteristics;
@@ -144,7 +164,7 @@ private:
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     halvora::fuzz::FuzzInput input({data, size});
-    halvora::fuzz::LabWorld world;
+    halvora::fuzz::LabWorld world(input);
     while (!input.empty()) world.step(input);
     return 0;
 }

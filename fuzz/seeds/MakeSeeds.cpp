@@ -710,14 +710,35 @@ std::vector<std::uint8_t> preferencesFile() {
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
-/// Facade calls (operation 0) for every kind, with time to connect, measure and download in between.
-std::vector<std::uint8_t> managerScript() {
-    std::vector<std::uint8_t> script;
-    for (std::uint8_t kind = 1; kind <= 12; ++kind) script.insert(script.end(), {0, 0, kind, 30});
-    script.insert(script.end(), {2, 255, 2, 255});
-    for (std::uint8_t call = 6; call < 17; ++call) script.insert(script.end(), {0, call, 1, 2, 255});
-    script.insert(script.end(), {3, 0, 2, 200, 4, 0, 2, 10, 4, 1, 2, 255});
-    return script;
+/// The facade target's scripts: each device of the default lab alone (connected, then every call with time
+/// to measure and download), and three devices at once. A script opens with the number of devices in range
+/// less one and each device's place in the default lab.
+NamedSeeds managerScripts() {
+    const auto lab = cli::LabDescription::defaultLab();
+    const auto calls = [](Bytes& script, std::uint8_t kind) {
+        // The calls from startMeasurement on, in the target's order, each with its operands.
+        const std::vector<Bytes> operands = {{kind}, {kind}, {kind}, {0, 0, 0, 1}, {0, 180, 1, 40}, {}, {}, {},
+                                             {},     {0, 0, 39, 16}, {1}, {}, {2}, {}, {1}, {}};
+        script.insert(script.end(), {0, 0, kind, 30, 2, 255, 2, 255});
+        for (std::size_t i = 0; i < operands.size(); ++i) {
+            script.insert(script.end(), {0, static_cast<std::uint8_t>(6 + i)});
+            script.insert(script.end(), operands[i].begin(), operands[i].end());
+            script.insert(script.end(), {2, 120});
+        }
+        script.insert(script.end(), {3, 0, 2, 200, 4, 0, 2, 10, 4, 1, 2, 255});
+    };
+    NamedSeeds seeds;
+    for (std::size_t i = 0; i < lab.devices.size(); ++i) {
+        const auto* labClass = cli::LabCatalog::find(lab.devices[i].className);
+        Bytes script{0, static_cast<std::uint8_t>(i)};
+        calls(script, static_cast<std::uint8_t>(labClass->kind + 1));  // the script's kinds start at -1
+        seeds.emplace_back("alone-" + lab.devices[i].className, script);
+    }
+    Bytes three{2, 0, 4, 8};
+    for (std::uint8_t kind = 1; kind <= 12; ++kind) three.insert(three.end(), {0, 0, kind, 30});
+    three.insert(three.end(), {2, 255, 2, 255, 0, 3, 2, 255});
+    seeds.emplace_back("three-devices", three);
+    return seeds;
 }
 
 }  // namespace
@@ -747,7 +768,7 @@ int main(int argc, char** argv) {
         writeSeeds(root / "dfu_hex_converter", hexCases());
         writeSeeds(root / "dfu_hex_converter", firmwarePieces());
     }
-    if (wanted("manager_facade")) writeSeed(root / "manager_facade", "connect-every-kind", managerScript());
+    if (wanted("manager_facade")) writeSeeds(root / "manager_facade", managerScripts());
     if (wanted("core_preferences")) writeSeed(root / "core_preferences", "every-key", preferencesFile());
     if (!wanted("lab_file")) return 0;
     std::error_code ignored;
