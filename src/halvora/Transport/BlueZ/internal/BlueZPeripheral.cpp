@@ -157,15 +157,18 @@ void BlueZPeripheral::requestConnect() {
     setState(PeripheralState::Connecting);
     bus_->holdLink(path_, holder_);
     const auto* device = bus_->mirror().device(path_);
-    if (device == nullptr) {
-        // bluetoothd drops a device's object 30 s after its last advertisement: discover until it is back.
-        awaitingDevice_ = true;
-        bus_->log().write("BlueZ: bluetoothd does not know " + path_ + "; discovering until it advertises");
-        bus_->requestDiscovery();
-        return;
-    }
+    if (device == nullptr) return awaitDevice();
     if (device->connected && device->servicesResolved) return linkResolved();
     sendConnect(attempt);
+}
+
+// bluetoothd drops a device's object 30 s after its last advertisement: discover until it is back. The
+// attempt's number moves on, so that the answer to a Connect sent to the vanishing object is not taken.
+void BlueZPeripheral::awaitDevice() {
+    ++attempt_;
+    awaitingDevice_ = true;
+    bus_->log().write("BlueZ: bluetoothd does not know " + path_ + "; discovering until it advertises");
+    bus_->requestDiscovery();
 }
 
 void BlueZPeripheral::sendConnect(std::uint64_t attempt) {
@@ -185,6 +188,8 @@ void BlueZPeripheral::deviceReturned() {
 
 void BlueZPeripheral::connectAnswered(std::uint64_t attempt, const std::optional<DBusFailure>& failure) {
     if (attempt != attempt_ || state() != PeripheralState::Connecting) return;
+    // The object expired between the kit's look at it and the call's arrival.
+    if (failure && failure->name == kErrorUnknownObject) return awaitDevice();
     if (failure && failure->name != kErrorAlreadyConnected) {
         ++attempt_;
         if (failure->message.rfind(kBrEdrFailurePrefix, 0) == 0) {
@@ -256,6 +261,8 @@ void BlueZPeripheral::linkChanged(const ObjectMirror::Device* device) {
                 if (device != nullptr) deviceReturned();
             } else if (device != nullptr && device->connected && device->servicesResolved) {
                 linkResolved();
+            } else if (device == nullptr && !connectAnswered_) {
+                awaitDevice();  // it expired while the Connect was on its way
             } else if (device == nullptr) {
                 ++attempt_;
                 failAttempt(BLEError{BLEErrorPeripheralDisconnected, "The device went away while connecting."});

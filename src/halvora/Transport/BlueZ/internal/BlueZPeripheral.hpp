@@ -130,6 +130,8 @@ private:
     void linkResolved();
     void servicesWaitEnded(std::uint64_t attempt);
     void deviceReturned();
+    /// Stays connecting and has the adapter discover until bluetoothd holds the device's object again.
+    void awaitDevice();
     void failAttempt(BLEError error);
     void becomeConnected();
     void linkDown(OptionalError error);
