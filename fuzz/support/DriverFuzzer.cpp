@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 
 #include "halvora/Core/Log.hpp"
@@ -26,11 +27,17 @@ constexpr auto kWindDown = std::chrono::seconds(130);
 
 /// One preferences store for the whole run: reading and rewriting a file for every input would cost more
 /// than the script itself. What a driver stores there (the remembered bracelet) does not change how the next
-/// input's driver reads its frames.
+/// input's driver reads its frames. The file is made at once, holding the default weight unit (what a
+/// driver reads without it): every read looks the file up, and the lookup of a missing file on tmpfs costs
+/// a directory entry made and dropped each time, half of the scale's time.
 std::shared_ptr<PreferenceUtils> sharedPreferences() {
     static const auto silent = Log::makeSilent();
-    static const auto preferences =
-        std::make_shared<PreferenceUtils>(std::filesystem::path(scratchFolder()) / "preferences", silent.get());
+    static const auto preferences = [] {
+        auto made =
+            std::make_shared<PreferenceUtils>(std::filesystem::path(scratchFolder()) / "preferences", silent.get());
+        made->setWeightUnit(PreferenceUtils::kDefaultWeightUnit);
+        return made;
+    }();
     return preferences;
 }
 
@@ -139,6 +146,11 @@ private:
     std::shared_ptr<BLEDevice> driver_;
 };
 
+void removeScratchFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(scratchFolder(), ignored);
+}
+
 }  // namespace
 
 std::string scratchFolder() {
@@ -148,6 +160,11 @@ std::string scratchFolder() {
         std::filesystem::create_directories(path);
         return path.string();
     }();
+    static const bool removedAtExit = [] {
+        std::atexit(removeScratchFolder);
+        return true;
+    }();
+    (void)removedAtExit;
     return folder;
 }
 

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
+#include <fcntl.h>
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -8,6 +10,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <functional>
+#include <future>
 #include <map>
 #include <random>
 #include <sstream>
@@ -138,6 +141,25 @@ TEST_F(PreferenceUtilsTest, StoringWhatTheFileHoldsLeavesItUntouched) {
     EXPECT_EQ(PreferenceUtils(file, &log).getWeightUnit(), "kg");
     EXPECT_EQ(store.getBraceletUUID(), "6F1C2D3E-0000-4000-8000-00000000F022");
     EXPECT_TRUE(lines.empty());
+}
+
+TEST_F(PreferenceUtilsTest, AValueTheUnchangedFileHoldsIsStoredWithoutWaitingForTheLock) {
+    PreferenceUtils store(file, &log);
+    store.setBraceletUUID("6F1C2D3E-0000-4000-8000-00000000F022");
+    // Another process in the middle of a write holds the lock.
+    const int holder = ::open((file.string() + ".lock").c_str(), O_RDWR);
+    ASSERT_GE(holder, 0);
+    ASSERT_EQ(::flock(holder, LOCK_EX), 0);
+    auto same = std::async(std::launch::async, [&] { store.setBraceletUUID("6F1C2D3E-0000-4000-8000-00000000F022"); });
+    const bool sameReturned = same.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
+    auto changed = std::async(std::launch::async, [&] { store.setBraceletUUID("6F1C2D3E-0000-4000-8000-00000000F023"); });
+    const bool changedWaited = changed.wait_for(std::chrono::milliseconds(200)) == std::future_status::timeout;
+    ::close(holder);
+    same.get();
+    changed.get();
+    EXPECT_TRUE(sameReturned);
+    EXPECT_TRUE(changedWaited);
+    EXPECT_EQ(PreferenceUtils(file, &log).getBraceletUUID(), "6F1C2D3E-0000-4000-8000-00000000F023");
 }
 
 TEST_F(PreferenceUtilsTest, FileIsPrivateToTheUser) {

@@ -268,6 +268,9 @@ bool PreferenceUtils::holds(const Entries& entries, const std::string& key, cons
 
 void PreferenceUtils::write(const std::string& key, std::optional<Value> value) {
     std::lock_guard lock(mutex_);
+    // The file as last read holds the value already: no lock to take, nothing to write (a bracelet stores the
+    // same identifier on every connection).
+    if (value && copyHoldsLocked(key, *value)) return;
     if (const int error = PreferencesFile::createFolder(PreferencesFile::folderOf(file_)); error != 0) {
         logLine("HalvoraSDK: cannot create the folder of preferences file " + file_.string() + " (" + errorText(error) +
                 ")");
@@ -297,6 +300,13 @@ void PreferenceUtils::write(const std::string& key, std::optional<Value> value) 
     PreferencesFile::removeTemporaries(file_);
     saveLocked(entries);
     PreferencesFile::unlock(lockDescriptor);
+}
+
+bool PreferenceUtils::copyHoldsLocked(const std::string& key, const Value& value) const {
+    if (!cachedIdentity_) return false;
+    struct stat status {};
+    if (PreferencesFile::status(file_, status) != 0 || !(identityOf(status) == *cachedIdentity_)) return false;
+    return holds(cachedEntries_, key, value);
 }
 
 void PreferenceUtils::saveLocked(const Entries& entries) {

@@ -25,7 +25,7 @@ namespace halvora {
 /// at any moment therefore leaves the old file or the new one, never a mix; temporaries left behind by a
 /// crashed writer are removed by the next setter that writes. Because each setter re-reads under the lock,
 /// setters in several processes (and several stores on one file) keep each other's keys. A setter whose value
-/// the file already holds (read under the lock) leaves the file untouched.
+/// the file already holds leaves the file untouched, and takes no lock when the file is as last read.
 ///
 /// Reading: getters serve from a copy of the file that is checked against the file's identity (device,
 /// inode, size, modification and change time) on every call and re-read when any of them changed; a value
@@ -163,6 +163,9 @@ private:
     std::optional<Entries> readLocked(FileIdentity& identity) const;
     /// Whether `entries` already hold `value` under `key` (an absent value: no such key).
     static bool holds(const Entries& entries, const std::string& key, const std::optional<Value>& value);
+    /// Whether the copy of the file holds `key` = `value` and the file is still the one copied. Caller holds
+    /// `mutex_`.
+    bool copyHoldsLocked(const std::string& key, const Value& value) const;
     void saveLocked(const Entries& entries);
     void reportProblemOnce(const std::string& line) const;
     void logLine(const std::string& line) const;
