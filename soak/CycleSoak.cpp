@@ -587,6 +587,7 @@ CycleWorld::~CycleWorld() {
     executor_->shutdown();
     std::error_code error;
     std::filesystem::remove(preferencesFile_, error);
+    std::filesystem::remove(preferencesFile_.string() + ".lock", error);  // the side file setters lock
 }
 
 void CycleWorld::addDevices() {
