@@ -105,8 +105,10 @@ TEST_F(PreferenceUtilsTest, WeightScaleHeightIsTheBraceletHeight) {
     EXPECT_EQ(store.getUserHeight(), 160);
     store.setUserHeight(181);
     EXPECT_EQ(store.getWeightHeight(), 181);
+    EXPECT_EQ(store.getWeightProfile().height, 181);
     store.setUserHeight(std::nullopt);
     EXPECT_EQ(store.getWeightHeight(), 175);
+    EXPECT_EQ(store.getWeightProfile().height, 175);
 }
 
 TEST_F(PreferenceUtilsTest, NumbersConvertBetweenIntegerAndFloatingPoint) {

@@ -81,6 +81,25 @@ std::optional<std::int32_t> asInt32(std::optional<std::int64_t> value) {
     return static_cast<std::int32_t>(*value);
 }
 
+using Entries = std::map<std::string, PreferenceUtils::Value>;
+
+const PreferenceUtils::Value* valueIn(const Entries& entries, const std::string& key) {
+    const auto found = entries.find(key);
+    return found == entries.end() ? nullptr : &found->second;
+}
+
+std::optional<std::int64_t> integerIn(const Entries& entries, const std::string& key) {
+    const PreferenceUtils::Value* value = valueIn(entries, key);
+    return value != nullptr ? asInteger(*value) : std::nullopt;
+}
+
+std::optional<std::string> textIn(const Entries& entries, const std::string& key) {
+    const PreferenceUtils::Value* value = valueIn(entries, key);
+    if (value == nullptr) return std::nullopt;
+    if (const auto* text = std::get_if<std::string>(value)) return *text;
+    return std::nullopt;
+}
+
 }  // namespace
 
 PreferenceUtils::FileIdentity PreferenceUtils::identityOf(const struct ::stat& status) {
@@ -179,7 +198,7 @@ void PreferenceUtils::setWeightUnit(std::optional<std::string> unit) {
 }
 
 std::string PreferenceUtils::getWeightUnit() const {
-    return readText(kWeightUnitKey).value_or(kDefaultWeightUnit);
+    return getWeightProfile().unit;
 }
 
 void PreferenceUtils::setWeightGender(std::int32_t gender) {
@@ -187,7 +206,7 @@ void PreferenceUtils::setWeightGender(std::int32_t gender) {
 }
 
 std::int32_t PreferenceUtils::getWeightGender() const {
-    return asInt32(readInteger(kWeightGenderKey)).value_or(kDefaultWeightGender);
+    return getWeightProfile().gender;
 }
 
 void PreferenceUtils::setWeightAge(std::int32_t age) {
@@ -195,29 +214,34 @@ void PreferenceUtils::setWeightAge(std::int32_t age) {
 }
 
 std::int32_t PreferenceUtils::getWeightAge() const {
-    return asInt32(readInteger(kWeightAgeKey)).value_or(kDefaultWeightAge);
+    return getWeightProfile().age;
+}
+
+PreferenceUtils::WeightProfile PreferenceUtils::getWeightProfile() const {
+    std::lock_guard lock(mutex_);
+    const Entries& entries = currentEntriesLocked();
+    return WeightProfile{textIn(entries, kWeightUnitKey).value_or(kDefaultWeightUnit),
+                         asInt32(integerIn(entries, kWeightGenderKey)).value_or(kDefaultWeightGender),
+                         asInt32(integerIn(entries, kWeightAgeKey)).value_or(kDefaultWeightAge),
+                         integerIn(entries, kHeightKey).value_or(kDefaultHeight)};
 }
 
 // ---------------------------------------------------------------- reading
 
 std::optional<PreferenceUtils::Value> PreferenceUtils::read(const std::string& key) const {
     std::lock_guard lock(mutex_);
-    const Entries& entries = currentEntriesLocked();
-    const auto found = entries.find(key);
-    if (found == entries.end()) return std::nullopt;
-    return found->second;
+    const Value* value = valueIn(currentEntriesLocked(), key);
+    return value != nullptr ? std::optional<Value>(*value) : std::nullopt;
 }
 
 std::optional<std::int64_t> PreferenceUtils::readInteger(const std::string& key) const {
-    const std::optional<Value> value = read(key);
-    return value ? asInteger(*value) : std::nullopt;
+    std::lock_guard lock(mutex_);
+    return integerIn(currentEntriesLocked(), key);
 }
 
 std::optional<std::string> PreferenceUtils::readText(const std::string& key) const {
-    std::optional<Value> value = read(key);
-    if (!value) return std::nullopt;
-    if (auto* text = std::get_if<std::string>(&*value)) return std::move(*text);
-    return std::nullopt;
+    std::lock_guard lock(mutex_);
+    return textIn(currentEntriesLocked(), key);
 }
 
 const PreferenceUtils::Entries& PreferenceUtils::currentEntriesLocked() const {

@@ -134,6 +134,17 @@ public:
     /// Default 30.
     std::int32_t getWeightAge() const;
 
+    /// What the weight scale is told about its user, with the getters' defaults.
+    struct WeightProfile {
+        std::string unit;                                ///< "kg" or "lb"
+        std::int32_t gender = kDefaultWeightGender;      ///< 0 male, any other value female
+        std::int32_t age = kDefaultWeightAge;            ///< years
+        std::int64_t height = kDefaultHeight;            ///< centimetres
+    };
+    /// The weight unit, sex, age and height read together, from one version of the file (one look at the
+    /// file instead of four).
+    WeightProfile getWeightProfile() const;
+
 private:
     using Entries = std::map<std::string, Value>;
 

@@ -47,7 +47,8 @@ BodyComposition::BodyComposition(std::int64_t height, std::int32_t age, std::int
     : height_(height), age_(age), gender_(gender), log_(&log) {}
 
 BodyComposition BodyComposition::fromPreferences(const PreferenceUtils& preferences, Log& log) {
-    return BodyComposition(preferences.getUserHeight(), preferences.getWeightAge(), preferences.getWeightGender(), log);
+    const PreferenceUtils::WeightProfile user = preferences.getWeightProfile();
+    return BodyComposition(user.height, user.age, user.gender, log);
 }
 
 double BodyComposition::fatPercentage(double weight, double bia) const {

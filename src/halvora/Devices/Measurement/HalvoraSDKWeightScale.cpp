@@ -279,10 +279,9 @@ void HalvoraSDKWeightScale::startMeasurement(const std::optional<std::string>& u
 }
 
 void HalvoraSDKWeightScale::startMeasurement() {
-    const auto store = preferences();
+    const PreferenceUtils::WeightProfile user = preferences()->getWeightProfile();
     // Only the low 8 bits of the height go into the frame.
-    startMeasurement(store->getWeightUnit(), store->getWeightGender(), store->getWeightAge(),
-                     static_cast<std::int32_t>(store->getWeightHeight()));
+    startMeasurement(user.unit, user.gender, user.age, static_cast<std::int32_t>(user.height));
     armRepeat();
 }
 
