@@ -47,6 +47,12 @@ void writeText(const fs::path& file, const std::string& text) {
     std::ofstream(file, std::ios::binary) << text;
 }
 
+/// A rewrite renames a new file over the old one: a new inode.
+ino_t inodeOf(const fs::path& file) {
+    struct stat status {};
+    return ::stat(file.c_str(), &status) == 0 ? status.st_ino : 0;
+}
+
 class PreferenceUtilsTest : public ::testing::Test {
 protected:
     test::TemporaryFolder folder;
@@ -128,10 +134,7 @@ TEST_F(PreferenceUtilsTest, StoringWhatTheFileHoldsLeavesItUntouched) {
     PreferenceUtils store(file, &log);
     store.setBraceletUUID("6F1C2D3E-0000-4000-8000-00000000F022");
     store.setWeightUnit("lb");
-    const auto inode = [&] {
-        struct stat status {};
-        return ::stat(file.c_str(), &status) == 0 ? status.st_ino : 0;
-    };
+    const auto inode = [&] { return inodeOf(file); };
     const auto before = inode();
     ASSERT_NE(before, 0U);
     store.setBraceletUUID("6F1C2D3E-0000-4000-8000-00000000F022");
@@ -142,6 +145,26 @@ TEST_F(PreferenceUtilsTest, StoringWhatTheFileHoldsLeavesItUntouched) {
     EXPECT_NE(inode(), before);
     EXPECT_EQ(PreferenceUtils(file, &log).getWeightUnit(), "kg");
     EXPECT_EQ(store.getBraceletUUID(), "6F1C2D3E-0000-4000-8000-00000000F022");
+    EXPECT_TRUE(lines.empty());
+}
+
+TEST_F(PreferenceUtilsTest, AWeightProfileIsStoredInOneRewrite) {
+    PreferenceUtils store(file, &log);
+    store.setBraceletUUID("6F1C2D3E-0000-4000-8000-00000000F022");
+    store.setWeightProfile({"lb", 1, 44, 168});
+    const PreferenceUtils::WeightProfile read = PreferenceUtils(file, &log).getWeightProfile();
+    EXPECT_EQ(read.unit, "lb");
+    EXPECT_EQ(read.gender, 1);
+    EXPECT_EQ(read.age, 44);
+    EXPECT_EQ(read.height, 168);
+    EXPECT_EQ(store.getBraceletUUID(), "6F1C2D3E-0000-4000-8000-00000000F022");
+
+    const auto before = inodeOf(file);
+    store.setWeightProfile({"lb", 1, 44, 168});
+    EXPECT_EQ(inodeOf(file), before);
+    store.setWeightProfile({"lb", 1, 45, 168});  // one value of four changed: the file is rewritten
+    EXPECT_NE(inodeOf(file), before);
+    EXPECT_EQ(PreferenceUtils(file, &log).getWeightAge(), 45);
     EXPECT_TRUE(lines.empty());
 }
 

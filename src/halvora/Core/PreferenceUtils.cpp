@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
@@ -217,6 +218,13 @@ std::int32_t PreferenceUtils::getWeightAge() const {
     return getWeightProfile().age;
 }
 
+void PreferenceUtils::setWeightProfile(const WeightProfile& user) {
+    write(Changes{{kWeightUnitKey, user.unit},
+                  {kWeightGenderKey, std::int64_t{user.gender}},
+                  {kWeightAgeKey, std::int64_t{user.age}},
+                  {kHeightKey, user.height}});
+}
+
 PreferenceUtils::WeightProfile PreferenceUtils::getWeightProfile() const {
     std::lock_guard lock(mutex_);
     const Entries& entries = currentEntriesLocked();
@@ -282,19 +290,25 @@ std::optional<PreferenceUtils::Entries> PreferenceUtils::readLocked(FileIdentity
     return entries;
 }
 
-bool PreferenceUtils::holds(const Entries& entries, const std::string& key, const std::optional<Value>& value) {
-    const auto found = entries.find(key);
-    if (!value) return found == entries.end();
-    return found != entries.end() && found->second == *value;
+bool PreferenceUtils::holds(const Entries& entries, const Changes& changes) {
+    return std::all_of(changes.begin(), changes.end(), [&](const Change& change) {
+        const auto found = entries.find(change.first);
+        if (!change.second) return found == entries.end();
+        return found != entries.end() && found->second == *change.second;
+    });
 }
 
 // ---------------------------------------------------------------- writing
 
 void PreferenceUtils::write(const std::string& key, std::optional<Value> value) {
+    write(Changes{{key, std::move(value)}});
+}
+
+void PreferenceUtils::write(Changes changes) {
     std::lock_guard lock(mutex_);
-    // The file as last read holds the value already: no lock to take, nothing to write (a bracelet stores the
-    // same identifier on every connection).
-    if (value && copyHoldsLocked(key, *value)) return;
+    // The file as last read holds the values already: no lock to take, nothing to write (a bracelet stores
+    // the same identifier on every connection).
+    if (copyHoldsLocked(changes)) return;
     if (const int error = PreferencesFile::createFolder(PreferencesFile::folderOf(file_)); error != 0) {
         logLine("HalvoraSDK: cannot create the folder of preferences file " + file_.string() + " (" + errorText(error) +
                 ")");
@@ -308,7 +322,7 @@ void PreferenceUtils::write(const std::string& key, std::optional<Value> value) 
     // Under the lock: start from what is on disk now, so that keys other writers saved are kept.
     FileIdentity identity;
     const std::optional<Entries> stored = readLocked(identity);
-    if (stored && holds(*stored, key, value)) {
+    if (stored && holds(*stored, changes)) {
         // Already stored: the file stays as it is (a bracelet's reconnection stores the same identifier).
         cachedEntries_ = *stored;
         cachedIdentity_ = identity;
@@ -316,21 +330,25 @@ void PreferenceUtils::write(const std::string& key, std::optional<Value> value) 
         return;
     }
     Entries entries = stored.value_or(Entries{});
-    if (value) {
-        entries.insert_or_assign(key, std::move(*value));
-    } else {
-        entries.erase(key);
+    for (auto& [key, value] : changes) {
+        if (value) {
+            entries.insert_or_assign(key, std::move(*value));
+        } else {
+            entries.erase(key);
+        }
     }
     PreferencesFile::removeTemporaries(file_);
     saveLocked(entries);
     PreferencesFile::unlock(lockDescriptor);
 }
 
-bool PreferenceUtils::copyHoldsLocked(const std::string& key, const Value& value) const {
-    if (!cachedIdentity_) return false;
+bool PreferenceUtils::copyHoldsLocked(const Changes& changes) const {
+    // A removal always takes the long way: it also repairs a corrupt file, which reads as holding nothing.
+    const bool setsOnly = std::all_of(changes.begin(), changes.end(), [](const Change& change) { return change.second; });
+    if (!setsOnly || !cachedIdentity_) return false;
     struct stat status {};
     if (PreferencesFile::status(file_, status) != 0 || !(identityOf(status) == *cachedIdentity_)) return false;
-    return holds(cachedEntries_, key, value);
+    return holds(cachedEntries_, changes);
 }
 
 void PreferenceUtils::saveLocked(const Entries& entries) {

@@ -7,7 +7,9 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <variant>
+#include <vector>
 
 #include "halvora/Core/Log.hpp"
 
@@ -144,9 +146,13 @@ public:
     /// The weight unit, sex, age and height read together, from one version of the file (one look at the
     /// file instead of four).
     WeightProfile getWeightProfile() const;
+    /// Stores the four values in one rewrite of the file: a reader sees all of them or none.
+    void setWeightProfile(const WeightProfile& user);
 
 private:
     using Entries = std::map<std::string, Value>;
+    using Change = std::pair<std::string, std::optional<Value>>;
+    using Changes = std::vector<Change>;
 
     /// What identifies one version of the file on disk.
     struct FileIdentity {
@@ -165,6 +171,8 @@ private:
     std::optional<std::int64_t> readInteger(const std::string& key) const;
     std::optional<std::string> readText(const std::string& key) const;
     void write(const std::string& key, std::optional<Value> value);
+    /// Applies every change (a value set, or the key removed when absent) in one rewrite of the file.
+    void write(Changes changes);
 
     /// The file's entries, from the copy when the file is unchanged. Caller holds `mutex_`.
     const Entries& currentEntriesLocked() const;
@@ -172,11 +180,11 @@ private:
     Entries loadLocked(FileIdentity& identity) const;
     /// Reads and parses the file now; absent when it is missing or cannot be used (a problem is reported).
     std::optional<Entries> readLocked(FileIdentity& identity) const;
-    /// Whether `entries` already hold `value` under `key` (an absent value: no such key).
-    static bool holds(const Entries& entries, const std::string& key, const std::optional<Value>& value);
-    /// Whether the copy of the file holds `key` = `value` and the file is still the one copied. Caller holds
-    /// `mutex_`.
-    bool copyHoldsLocked(const std::string& key, const Value& value) const;
+    /// Whether `entries` already hold every change (a removal: no such key).
+    static bool holds(const Entries& entries, const Changes& changes);
+    /// Whether the copy of the file holds every change, each a value set (not a removal), and the file is
+    /// still the one copied. Caller holds `mutex_`.
+    bool copyHoldsLocked(const Changes& changes) const;
     void saveLocked(const Entries& entries);
     void reportProblemOnce(const std::string& line) const;
     void logLine(const std::string& line) const;

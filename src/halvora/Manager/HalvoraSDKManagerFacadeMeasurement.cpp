@@ -30,10 +30,7 @@ bool HalvoraSDKManager::sendThermometerCommand(std::int32_t command) {
 
 void HalvoraSDKManager::setWeightScaleParams(const std::string& unit, std::int32_t gender, std::int32_t age,
                                              std::int32_t height) {
-    preferences().setWeightUnit(unit);
-    preferences().setWeightGender(gender);
-    preferences().setWeightAge(age);
-    preferences().setWeightHeight(height);
+    preferences().setWeightProfile(PreferenceUtils::WeightProfile{unit, gender, age, height});
 }
 
 }  // namespace halvora
