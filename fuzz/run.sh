@@ -8,7 +8,7 @@
 #   fuzz/run.sh SECONDS [TARGET ...]     (targets by their file names: bracelet_notifications, ...)
 #
 # FUZZ_RUNS=N stops each target after N executions instead (SECONDS 0: no time limit), logging to
-# build/fuzz/logs/long-<target>.log: how the long campaigns are run.
+# build/fuzz/logs/long-<target>.log: how the long campaigns are run. FUZZ_FLAGS adds libFuzzer flags.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -34,7 +34,7 @@ run_one() {
   # Allocation stacks are not needed to find a fault, and recording them halves the speed.
   if ASAN_OPTIONS=malloc_context_size=0:detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
     "$bin/fuzz_$target" -max_total_time="$seconds" "${limit[@]}" -timeout=25 -rss_limit_mb=2048 -max_len=4096 \
-      -print_final_stats=1 -artifact_prefix="build/fuzz/findings/$target-" "$work" "fuzz/corpus/$target" \
+      -print_final_stats=1 ${FUZZ_FLAGS:-} -artifact_prefix="build/fuzz/findings/$target-" "$work" "fuzz/corpus/$target" \
       >"$log" 2>&1; then
     local runs
     runs=$(grep -o 'stat::number_of_executed_units: *[0-9]*' "$log" | grep -o '[0-9]*$' || echo '?')
