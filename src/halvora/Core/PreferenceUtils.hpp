@@ -138,7 +138,7 @@ public:
 
     /// What the weight scale is told about its user, with the getters' defaults.
     struct WeightProfile {
-        std::string unit;                                ///< "kg" or "lb"
+        std::string unit = kDefaultWeightUnit;           ///< "kg" or "lb"
         std::int32_t gender = kDefaultWeightGender;      ///< 0 male, any other value female
         std::int32_t age = kDefaultWeightAge;            ///< years
         std::int64_t height = kDefaultHeight;            ///< centimetres
